@@ -1,0 +1,16 @@
+# The library as a user meets it: installed, and used by a program that knows only the prefix.
+set(package_work ${PROJECT_BINARY_DIR}/package)
+
+function(add_package_test stage)
+    add_test(NAME package.${stage}
+        COMMAND ${CMAKE_COMMAND} -D STAGE=${stage} -D SOURCE=${PROJECT_SOURCE_DIR}
+                -D WORK=${package_work} -D CXX=${CMAKE_CXX_COMPILER} -D GENERATOR=${CMAKE_GENERATOR}
+                -D LIBDIR=${CMAKE_INSTALL_LIBDIR} -D READELF=${CMAKE_READELF}
+                -P ${PROJECT_SOURCE_DIR}/tests/package/package_test.cmake)
+    set_tests_properties(package.${stage} PROPERTIES LABELS package TIMEOUT 600 ${ARGN})
+endfunction()
+
+add_package_test(install FIXTURES_SETUP installed)
+foreach(stage shared static pkgconfig wide_refused own_calls_bound)
+    add_package_test(${stage} FIXTURES_REQUIRED installed)
+endforeach()
