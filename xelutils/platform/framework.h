@@ -1,0 +1,115 @@
+// The classes of the platform's application framework that the library meets, the same code on
+// every target: the framework's string, its file object, and the loader of string resources.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
+#include "xelutils/export.h"
+#include "xelutils/platform/coredll.h"
+
+// The framework's string: wide text that is always terminated and may hold zero characters.
+class XELUTILS_API CString {
+public:
+    CString();
+    // Null gives the empty string.
+    CString(const wchar_t* text);
+    // Converts from the system's code page; null gives the empty string.
+    CString(const char* text);
+    // Takes `length` units, zeros included; a length below 1 gives the empty string.
+    CString(const wchar_t* text, int length);
+    CString(const char* text, int length);
+
+    int GetLength() const;
+    bool IsEmpty() const;
+    operator const wchar_t*() const;
+
+private:
+    // The text with its terminator; empty for the empty string.
+    std::vector<wchar_t> m_text;
+};
+
+// What CFile::Write throws.
+class CFileException {
+public:
+    explicit CFileException(DWORD osError) : m_lOsError(osError) {}
+    // The platform's error number.
+    DWORD m_lOsError;
+};
+
+// The framework's file object. Not copyable; destroying it closes the file.
+class XELUTILS_API CFile {
+public:
+    enum OpenFlags : UINT {
+        modeReadWrite = 0x0002,
+        modeCreate = 0x1000,
+    };
+
+    CFile() = default;
+    ~CFile();
+    CFile(const CFile&) = delete;
+    CFile& operator=(const CFile&) = delete;
+
+    // Creates or truncates the file `name` (modeCreate | modeReadWrite; writers other than this
+    // one are shut out). False, with the reason in GetLastError, when that fails; a file that was
+    // open is closed first.
+    bool Open(const wchar_t* name, UINT flags);
+
+    // Hands `size` bytes to the platform in one call, or gathers them (see GatherWrites). A write
+    // that comes out short has failed.
+    // Throws CFileException.
+    void Write(const void* data, UINT size)
+    {
+        if (size > m_gathered.size() - m_gatheredBytes || m_failure != 0) {
+            WriteThrough(data, size);
+        } else if (size != 0) {
+            std::memcpy(m_gathered.data() + m_gatheredBytes, data, size);
+            m_gatheredBytes += size;
+        }
+    }
+
+    // From now on writes are gathered and handed on in large blocks, the last one by Flush or
+    // Close. A failure then shows at a later write or at Flush; after one, every further write
+    // and flush fails too.
+    void GatherWrites();
+
+    // Hands on what was gathered. Throws CFileException.
+    void Flush();
+
+    // Hands on what was gathered, as far as that works, and closes. Does not throw.
+    void Close();
+
+private:
+    void WriteThrough(const void* data, UINT size);
+    void HandOn(const void* data, UINT size);
+
+    HANDLE m_file = INVALID_HANDLE_VALUE;
+    bool m_gathering = false;
+    // First failure while gathering; 0 while there is none.
+    DWORD m_failure = 0;
+    // Empty while writes are not gathered.
+    std::vector<unsigned char> m_gathered;
+    std::size_t m_gatheredBytes = 0;
+};
+
+// One string of a string table.
+struct CStringTableEntry {
+    UINT id;
+    // Terminated text.
+    const wchar_t* text;
+};
+
+// Adds a table of strings to those that AfxLoadString searches. The program keeps table and
+// texts alive. Of tables that hold the same identifier, the one registered last wins. Safe from
+// several threads.
+XELUTILS_API void RegisterStringTable(const CStringTableEntry* entries, std::size_t count);
+
+// Takes a table out again; false when it was not registered.
+XELUTILS_API bool UnregisterStringTable(const CStringTableEntry* entries);
+
+// The framework's loader of string resources: copies the string `id` (its low 16 bits) into
+// `buffer`, which holds `size` characters, cut to size - 1 characters and always terminated.
+// Returns the number of characters copied without the terminator; 0 for a missing identifier,
+// which leaves the empty text. A null buffer or a size below 1 gives 0.
+XELUTILS_API int AfxLoadString(UINT id, wchar_t* buffer, UINT size);

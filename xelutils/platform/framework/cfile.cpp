@@ -1,0 +1,86 @@
+#include <algorithm>
+#include <limits>
+
+#include "xelutils/platform/framework.h"
+
+namespace {
+
+constexpr std::size_t kGatheredBytes = 0x10000;
+
+} // namespace
+
+CFile::~CFile()
+{
+    Close();
+}
+
+bool CFile::Open(const wchar_t* name, UINT flags)
+{
+    Close();
+    if (flags != (modeCreate | modeReadWrite)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return false;
+    }
+    m_file = CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return m_file != INVALID_HANDLE_VALUE;
+}
+
+void CFile::WriteThrough(const void* data, UINT size)
+{
+    if (m_failure != 0)
+        throw CFileException(m_failure);
+    if (m_gathering) {
+        Flush();
+        if (size <= m_gathered.size()) {
+            std::copy_n(static_cast<const unsigned char*>(data), size, m_gathered.data());
+            m_gatheredBytes = size;
+            return;
+        }
+    }
+    HandOn(data, size);
+}
+
+void CFile::HandOn(const void* data, UINT size)
+{
+    DWORD written = 0;
+    const bool done = WriteFile(m_file, data, size, &written, nullptr) && written == size;
+    if (done)
+        return;
+    const DWORD error = written != 0 && written < size ? ERROR_DISK_FULL : GetLastError();
+    if (m_gathering)
+        m_failure = error;
+    throw CFileException(error);
+}
+
+void CFile::GatherWrites()
+{
+    m_gathering = true;
+    m_gathered.resize(kGatheredBytes);
+}
+
+void CFile::Flush()
+{
+    if (m_failure != 0)
+        throw CFileException(m_failure);
+    if (m_gatheredBytes == 0)
+        return;
+    const auto size = static_cast<UINT>(m_gatheredBytes);
+    m_gatheredBytes = 0;
+    HandOn(m_gathered.data(), size);
+}
+
+void CFile::Close()
+{
+    try {
+        Flush();
+    } catch (const CFileException&) {
+        // Who cares for the last block calls Flush; nobody can be told here.
+    }
+    if (m_file != INVALID_HANDLE_VALUE)
+        CloseHandle(m_file);
+    m_file = INVALID_HANDLE_VALUE;
+    m_gathering = false;
+    m_failure = 0;
+    m_gathered.clear();
+}

@@ -1,0 +1,86 @@
+#include "xelutils/platform/posix/device_root.h"
+
+#include <climits>
+#include <cstdlib>
+#include <unistd.h>
+
+#include "xelutils/platform/posix/errors.h"
+
+namespace {
+
+// Empty for the host's root, and when there is none any more.
+std::string WorkingDirectory()
+{
+    char path[PATH_MAX];
+    // A folder that this process cannot reach by name is reported without leading separator.
+    if (getcwd(path, sizeof path) == nullptr || path[0] != '/' || path[1] == 0)
+        return {};
+    return path;
+}
+
+// The path without links, "." and ".."; empty when it does not exist.
+std::string PhysicalPath(const std::string& path)
+{
+    char resolved[PATH_MAX];
+    return realpath(path.c_str(), resolved) != nullptr ? resolved : std::string();
+}
+
+std::string Absolute(const std::string& hostPath)
+{
+    return hostPath[0] == '/' ? hostPath : WorkingDirectory() + '/' + hostPath;
+}
+
+// Working directory and program path come without links, and so must what they are compared with.
+std::string ReadDeviceRoot()
+{
+    const char* const name = std::getenv("XEL_DEVICE_ROOT");
+    if (name == nullptr || *name == 0)
+        return {};
+    const std::string absolute = Absolute(name);
+    std::string root = PhysicalPath(absolute);
+    if (root.empty())
+        root = absolute;
+    while (!root.empty() && root.back() == '/')
+        root.pop_back();
+    return root;
+}
+
+const std::string& DeviceRoot()
+{
+    // Never destroyed: files may still be opened while the program ends.
+    static const std::string& s_root = *new std::string(ReadDeviceRoot());
+    return s_root;
+}
+
+} // namespace
+
+std::optional<HostPath> ResolveDevicePath(const wchar_t* name)
+{
+    if (name == nullptr || *name == 0) {
+        Fail(ERROR_PATH_NOT_FOUND);
+        return std::nullopt;
+    }
+    PathBases bases{DeviceRoot(), {}};
+    if (IsRelativeDevicePath(name))
+        bases.workingDirectory = WorkingDirectory();
+    std::optional<HostPath> path = ResolveDevicePath(name, bases);
+    if (!path)
+        Fail(ERROR_INVALID_NAME);
+    return path;
+}
+
+std::vector<wchar_t> DevicePathFromHost(const std::string& hostPath)
+{
+    if (hostPath.empty())
+        return {0};
+    std::string path = Absolute(hostPath);
+    if ((path + '/').find("/../") != std::string::npos) {
+        const std::size_t lastSeparator = path.rfind('/');
+        const bool endsInDots = path.compare(lastSeparator, path.npos, "/..") == 0;
+        const std::size_t folderLength = endsInDots ? path.size() : lastSeparator;
+        const std::string folder = PhysicalPath(path.substr(0, folderLength));
+        if (!folder.empty())
+            path.replace(0, folderLength, folder);
+    }
+    return DevicePathFromHost(path, {DeviceRoot(), {}});
+}

@@ -1,0 +1,225 @@
+#include "xelutils/platform/posix/files.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <optional>
+#include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "xelutils/platform/posix/device_root.h"
+#include "xelutils/platform/posix/errors.h"
+#include "xelutils/platform/posix/path_lookup.h"
+
+namespace {
+
+// Read and write for all, less what the process's mask takes away.
+constexpr mode_t kModeOfNewFiles = 0666;
+
+// What a creation disposition asks for.
+struct Disposition {
+    bool createsMissing;
+    bool refusesExisting;
+    bool truncates;
+};
+
+std::optional<Disposition> DispositionOf(DWORD creation)
+{
+    switch (creation) {
+    case CREATE_NEW:
+        return Disposition{true, true, false};
+    case CREATE_ALWAYS:
+        return Disposition{true, false, true};
+    case OPEN_EXISTING:
+        return Disposition{false, false, false};
+    case OPEN_ALWAYS:
+        return Disposition{true, false, false};
+    case TRUNCATE_EXISTING:
+        return Disposition{false, false, true};
+    default:
+        return std::nullopt;
+    }
+}
+
+// A program that was started without standard streams must not find its files in their place.
+int ClearOfStandardStreams(int descriptor)
+{
+    constexpr int kFirstFree = STDERR_FILENO + 1;
+    if (descriptor < 0 || descriptor >= kFirstFree)
+        return descriptor;
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstFree);
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return moved;
+}
+
+// A descriptor, or -1 with errno set. Never truncates: the lock comes first.
+int OpenHostFile(const char* name, int flags)
+{
+    // Without waiting for the other end of a FIFO, and without adopting a terminal.
+    constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    int descriptor;
+    do {
+        descriptor = open(name, flags | kAlways, kModeOfNewFiles);
+    } while (descriptor < 0 && errno == EINTR);
+    return ClearOfStandardStreams(descriptor);
+}
+
+// ENOTDIR too: where a file stands, there may be a folder whose name differs in case.
+bool IsMissing(int error)
+{
+    return error == ENOENT || error == ENOTDIR;
+}
+
+// Finds the file, or the place for a new one, and opens it. -1 with the last error set.
+int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& disposition)
+{
+    int descriptor = OpenHostFile(path.Name(), accessMode);
+    if (descriptor < 0 && IsMissing(errno)) {
+        if (const std::optional<std::string> found = FindWithoutCase(path)) {
+            descriptor = OpenHostFile(found->c_str(), accessMode);
+        } else {
+            const std::optional<std::string> place = PlaceToCreate(path);
+            if (!place || !disposition.createsMissing) {
+                Fail(place ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND);
+                return -1;
+            }
+            const int exclusive = disposition.refusesExisting ? O_EXCL : 0;
+            descriptor = OpenHostFile(place->c_str(), accessMode | O_CREAT | exclusive);
+            if (descriptor < 0)
+                FailFromErrno(errno);
+            return descriptor;
+        }
+    }
+    if (descriptor < 0) {
+        FailFromErrno(errno);
+        return -1;
+    }
+    if (disposition.refusesExisting) {
+        close(descriptor);
+        Fail(ERROR_FILE_EXISTS);
+        return -1;
+    }
+    return descriptor;
+}
+
+// Shuts out other writers that ask for the same. False with errno set when one is there.
+bool LockAgainstWriters(int descriptor)
+{
+    int result;
+    do {
+        result = flock(descriptor, LOCK_EX | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    // File systems without locks are written to all the same.
+    return result == 0 || errno != EWOULDBLOCK;
+}
+
+} // namespace
+
+OpenedFile OpenDeviceFile(const wchar_t* name, DWORD access, DWORD share, DWORD creation)
+{
+    const std::optional<Disposition> disposition = DispositionOf(creation);
+    const bool writes = (access & GENERIC_WRITE) != 0;
+    const bool reads = (access & GENERIC_READ) != 0;
+    if (!disposition || (access & ~(GENERIC_READ | GENERIC_WRITE)) != 0 || (!reads && !writes) ||
+        (disposition->truncates && !writes)) {
+        Fail(ERROR_INVALID_PARAMETER);
+        return {};
+    }
+    const std::optional<HostPath> path = ResolveDevicePath(name);
+    if (!path)
+        return {};
+    if (path->endsInSeparator) {
+        // The name of a folder, whatever stands there.
+        Fail(ERROR_PATH_NOT_FOUND);
+        return {};
+    }
+
+    const int accessMode = !writes ? O_RDONLY : reads ? O_RDWR : O_WRONLY;
+    const int descriptor = OpenOrCreate(*path, accessMode, *disposition);
+    if (descriptor < 0)
+        return {};
+    OpenedFile opened{std::make_shared<OpenFile>(descriptor)};
+    opened.file->writable = writes;
+
+    struct stat status;
+    if (fstat(descriptor, &status) != 0) {
+        FailFromErrno(errno);
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        Fail(ERROR_ACCESS_DENIED);
+        return {};
+    }
+    if (writes && (share & FILE_SHARE_WRITE) == 0 && !LockAgainstWriters(descriptor)) {
+        FailFromErrno(errno);
+        return {};
+    }
+    if (disposition->truncates && ftruncate(descriptor, 0) != 0) {
+        FailFromErrno(errno);
+        return {};
+    }
+    opened.size = disposition->truncates ? 0 : static_cast<std::uint64_t>(status.st_size);
+    return opened;
+}
+
+HANDLE CreateFileW(const wchar_t* name, DWORD access, DWORD share, void* /*security*/,
+                   DWORD creation, DWORD /*attributes*/, HANDLE /*templateFile*/)
+{
+    OpenedFile opened = OpenDeviceFile(name, access, share, creation);
+    if (!opened.file)
+        return INVALID_HANDLE_VALUE;
+    return MakeHandle({HandleKind::File, std::move(opened.file), 0});
+}
+
+DWORD GetFileSize(HANDLE file, DWORD* high)
+{
+    constexpr unsigned kBitsOfLowPart = 32;
+    const HandleTarget target = LookUpHandle(file);
+    if (!target.file)
+        return INVALID_FILE_SIZE;
+    if (target.kind == HandleKind::Mapping) {
+        Fail(ERROR_INVALID_HANDLE);
+        return INVALID_FILE_SIZE;
+    }
+    std::uint64_t size = target.size;
+    if (target.kind == HandleKind::File) {
+        struct stat status;
+        if (fstat(target.file->descriptor, &status) != 0) {
+            FailFromErrno(errno);
+            return INVALID_FILE_SIZE;
+        }
+        size = static_cast<std::uint64_t>(status.st_size);
+    }
+    if (high != nullptr)
+        *high = static_cast<DWORD>(size >> kBitsOfLowPart);
+    return static_cast<DWORD>(size);
+}
+
+BOOL WriteFile(HANDLE file, const void* data, DWORD size, DWORD* written, void* /*overlapped*/)
+{
+    DWORD unused;
+    DWORD& done = written != nullptr ? *written : unused;
+    done = 0;
+    const HandleTarget target = LookUpHandle(file);
+    if (!target.file)
+        return FALSE;
+    if (target.kind == HandleKind::Mapping)
+        return Fail(ERROR_INVALID_HANDLE);
+    if (!target.file->writable)
+        return Fail(ERROR_ACCESS_DENIED);
+    const auto* const bytes = static_cast<const unsigned char*>(data);
+    while (done < size) {
+        const ssize_t count = write(target.file->descriptor, bytes + done, size - done);
+        if (count > 0)
+            done += static_cast<DWORD>(count);
+        else if (count == 0)
+            return Fail(ERROR_WRITE_FAULT);
+        else if (errno != EINTR)
+            return FailFromErrno(errno);
+    }
+    return TRUE;
+}

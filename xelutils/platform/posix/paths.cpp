@@ -1,0 +1,272 @@
+#include "xelutils/platform/posix/paths.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "xelutils/platform/posix/case_tables.h"
+
+namespace {
+
+constexpr char kHostSeparator = '/';
+constexpr wchar_t kHostFolder[] = L".host";
+constexpr wchar_t kCarriedBackslash = 0xF05C;
+// A byte b from 80 to FF is carried as kCarrierBase + b.
+constexpr unsigned kCarrierBase = 0xDC00;
+
+bool IsSeparator(wchar_t unit)
+{
+    return unit == '\\' || unit == '/';
+}
+
+bool IsCarrier(wchar_t unit)
+{
+    return unit >= kCarrierBase + 0x80 && unit <= kCarrierBase + 0xFF;
+}
+
+bool IsHighSurrogate(unsigned unit)
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+bool IsLowSurrogate(unsigned unit)
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+// ---- One name -----------------------------------------------------------------------------
+
+struct Decoded {
+    char32_t character;
+    // Bytes; 0 when there is no well-formed character.
+    std::size_t length;
+};
+
+// The well-formed UTF-8 character that `bytes`, which are not empty, begin with.
+Decoded DecodeCharacter(std::string_view bytes)
+{
+    const auto lead = static_cast<unsigned char>(bytes[0]);
+    if (lead < 0x80)
+        return {lead, 1};
+    const std::size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (length == 0 || lead > 0xF4 || length > bytes.size())
+        return {0, 0};
+    char32_t character = lead & (0xFFu >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if ((byte & 0xC0) != 0x80)
+            return {0, 0};
+        character = character << 6 | (byte & 0x3Fu);
+    }
+    const bool overlong =
+        (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
+    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+    if (overlong || surrogate || character > 0x10FFFF)
+        return {0, 0};
+    return {character, length};
+}
+
+void AppendCharacter(std::string& text, char32_t character)
+{
+    const auto append = [&text](char32_t byte) { text.push_back(static_cast<char>(byte)); };
+    if (character < 0x80) {
+        append(character);
+        return;
+    }
+    if (character < 0x800) {
+        append(0xC0 | character >> 6);
+    } else {
+        if (character < 0x10000) {
+            append(0xE0 | character >> 12);
+        } else {
+            append(0xF0 | character >> 18);
+            append(0x80 | (character >> 12 & 0x3F));
+        }
+        append(0x80 | (character >> 6 & 0x3F));
+    }
+    append(0x80 | (character & 0x3F));
+}
+
+// Appends the bytes of one component; false when no host name stands for it.
+bool AppendHostName(std::string& path, const wchar_t* name, std::size_t length)
+{
+    const std::size_t start = path.size();
+    bool carries = false;
+    for (std::size_t i = 0; i < length; ++i) {
+        const wchar_t unit = name[i];
+        if (IsHighSurrogate(unit) && i + 1 < length && IsLowSurrogate(name[i + 1])) {
+            const char32_t high = unit - 0xD800u;
+            const char32_t low = name[++i] - 0xDC00u;
+            AppendCharacter(path, 0x10000 + (high << 10 | low));
+        } else if (IsCarrier(unit)) {
+            path.push_back(static_cast<char>(unit - kCarrierBase));
+            carries = true;
+        } else if (unit == kCarriedBackslash) {
+            path.push_back('\\');
+        } else if (IsHighSurrogate(unit) || IsLowSurrogate(unit)) {
+            return false;
+        } else {
+            AppendCharacter(path, unit);
+        }
+    }
+    if (!carries)
+        return true;
+    // Carried bytes that make up a character would be a second name for the same file.
+    const std::vector<wchar_t> proper = DeviceNameFromHost(std::string_view(path).substr(start));
+    return std::equal(proper.begin(), proper.end(), name, name + length);
+}
+
+void AppendDeviceName(std::vector<wchar_t>& units, std::string_view hostName)
+{
+    while (!hostName.empty()) {
+        Decoded decoded = DecodeCharacter(hostName);
+        if (decoded.length == 0 || decoded.character == kCarriedBackslash) {
+            const std::size_t bytes = std::max<std::size_t>(decoded.length, 1);
+            for (const char byte : hostName.substr(0, bytes))
+                units.push_back(
+                    static_cast<wchar_t>(kCarrierBase + static_cast<unsigned char>(byte)));
+            hostName.remove_prefix(bytes);
+            continue;
+        }
+        if (decoded.character >= 0x10000) {
+            const char32_t above = decoded.character - 0x10000;
+            units.push_back(static_cast<wchar_t>(0xD800 + (above >> 10)));
+            units.push_back(static_cast<wchar_t>(0xDC00 + (above & 0x3FF)));
+        } else {
+            units.push_back(decoded.character == '\\' ? kCarriedBackslash
+                                                      : static_cast<wchar_t>(decoded.character));
+        }
+        hostName.remove_prefix(decoded.length);
+    }
+}
+
+bool IsHostFolder(const wchar_t* name, std::size_t length)
+{
+    return std::equal(name, name + length, kHostFolder, std::end(kHostFolder) - 1,
+                      [](wchar_t a, wchar_t b) { return FoldCase(a) == FoldCase(b); });
+}
+
+// ---- Whole paths --------------------------------------------------------------------------
+
+bool LiesBelow(std::string_view path, std::string_view directory)
+{
+    return path.substr(0, directory.size()) == directory &&
+           (path.size() == directory.size() || path[directory.size()] == kHostSeparator);
+}
+
+void DropLastComponent(std::string& path, std::size_t rootLength)
+{
+    if (path.size() > rootLength)
+        path.resize(path.rfind(kHostSeparator));
+}
+
+// `hostPath` is absolute, or empty for a root.
+void AppendDevicePath(std::vector<wchar_t>& units, std::string_view hostPath)
+{
+    while (!hostPath.empty()) {
+        const std::size_t end = std::min(hostPath.find(kHostSeparator, 1), hostPath.size());
+        units.push_back('\\');
+        AppendDeviceName(units, hostPath.substr(1, end - 1));
+        hostPath.remove_prefix(end);
+    }
+}
+
+// Without repeated and closing separators, "." and "..".
+std::string TidyHostPath(std::string_view path)
+{
+    std::string tidy;
+    while (!path.empty()) {
+        const std::size_t end = std::min(path.find(kHostSeparator), path.size());
+        const std::string_view component = path.substr(0, end);
+        if (component == "..") {
+            DropLastComponent(tidy, 0);
+        } else if (!component.empty() && component != ".") {
+            tidy.push_back(kHostSeparator);
+            tidy.append(component);
+        }
+        path.remove_prefix(std::min(end + 1, path.size()));
+    }
+    return tidy;
+}
+
+bool BeginsWithHostFolder(const std::vector<wchar_t>& devicePath)
+{
+    if (devicePath.empty())
+        return false;
+    const auto first = devicePath.begin() + 1;
+    const auto end = std::find(first, devicePath.end(), L'\\');
+    return IsHostFolder(devicePath.data() + 1, static_cast<std::size_t>(end - first));
+}
+
+} // namespace
+
+bool IsRelativeDevicePath(const wchar_t* name)
+{
+    return !IsSeparator(*name);
+}
+
+std::optional<HostPath> ResolveDevicePath(const wchar_t* name, const PathBases& bases)
+{
+    if (*name == 0)
+        return std::nullopt;
+    bool atDeviceRoot = IsSeparator(*name);
+    HostPath path;
+    path.text = atDeviceRoot ? bases.root : bases.workingDirectory;
+    path.baseLength = path.text.size();
+    std::size_t rootLength = LiesBelow(path.text, bases.root) ? bases.root.size() : 0;
+    for (;;) {
+        while (IsSeparator(*name)) {
+            ++name;
+            path.endsInSeparator = true;
+        }
+        if (*name == 0)
+            return path;
+
+        const wchar_t* end = name;
+        while (*end != 0 && !IsSeparator(*end))
+            ++end;
+        const auto length = static_cast<std::size_t>(end - name);
+        const bool isDot = length == 1 && name[0] == '.';
+        const bool isDotDot = length == 2 && name[0] == '.' && name[1] == '.';
+        // These always mean folders.
+        path.endsInSeparator = isDot || isDotDot;
+        if (isDotDot) {
+            DropLastComponent(path.text, rootLength);
+            path.baseLength = std::min(path.baseLength, path.text.size());
+        } else if (atDeviceRoot && path.text.size() == rootLength && IsHostFolder(name, length)) {
+            path = {{}, 0, true};
+            rootLength = 0;
+            atDeviceRoot = false;
+        } else if (!isDot) {
+            path.text.push_back(kHostSeparator);
+            if (!AppendHostName(path.text, name, length))
+                return std::nullopt;
+        }
+        name = end;
+    }
+}
+
+std::vector<wchar_t> DeviceNameFromHost(std::string_view hostName)
+{
+    std::vector<wchar_t> units;
+    AppendDeviceName(units, hostName);
+    return units;
+}
+
+std::vector<wchar_t> DevicePathFromHost(std::string_view hostPath, const PathBases& bases)
+{
+    const std::string path = TidyHostPath(hostPath);
+    const bool belowRoot = LiesBelow(path, bases.root);
+    std::vector<wchar_t> units;
+    if (belowRoot)
+        AppendDevicePath(units, std::string_view(path).substr(bases.root.size()));
+    // A folder in the device's root can have the name of the way to the host, and hide behind it.
+    if (!belowRoot || BeginsWithHostFolder(units)) {
+        units.assign(1, L'\\');
+        units.insert(units.end(), std::begin(kHostFolder), std::end(kHostFolder) - 1);
+        AppendDevicePath(units, path);
+    }
+    if (units.empty())
+        units.push_back(L'\\');
+    units.push_back(0);
+    return units;
+}
