@@ -1,0 +1,476 @@
+#include <climits>
+#include <sstream>
+#include <thread>
+#include <unordered_set>
+#include <utility>
+
+#include "text/string_states.h"
+
+using namespace string_tests;
+
+namespace {
+
+template <class T> struct Probe : CXelStringT<T> {
+    using Base = CXelStringT<T>;
+    using Base::Base;
+    using Base::operator=;
+    using Base::AfxGetEmptyString;
+    using Base::AllocBeforeWrite;
+    using Base::AllocBuffer;
+    using Base::AllocCopy;
+    using Base::AssignCopy;
+    using Base::ConcatCopy;
+    using Base::ConcatInPlace;
+    using Base::CopyBeforeWrite;
+    using Base::get_afxChNil;
+    using Base::get_afxDataNil;
+    using Base::GetData;
+    using Base::Release;
+    using Base::SafeStrlen;
+};
+
+// Assigns a constant string: a temporary would be moved from.
+template <class T> void Set(CXelStringT<T>& text, const CXelStringT<T>& source)
+{
+    text = source;
+}
+
+template <class T> class StringCore : public StringStatesTest {
+};
+TYPED_TEST_SUITE(StringCore, Widths);
+
+TYPED_TEST(StringCore, EveryEmptyStringStandsOnTheOneNilData)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    const Text<T> text("abc");
+    S emptied = Str<T>("abc"), moved = Str<T>("abc");
+    emptied.Empty();
+    {
+        const S taker = std::move(moved);
+    }
+    const S empties[] = {S(),
+                         S(kNull<char>),
+                         S(kNull<wchar_t>),
+                         S(kNull<unsigned char>),
+                         S(""),
+                         S(L""),
+                         S(text, 0),
+                         S(text, -1),
+                         S(T('x'), 0),
+                         S(T('x'), -1),
+                         S(S()),
+                         S(CString()),
+                         S("abc", 0),
+                         S(L"abc", 0),
+                         S("abc", -1),
+                         S(L"abc", -1),
+                         emptied,
+                         moved,
+                         S() + S(),
+                         Str<T>("abc").Left(0),
+                         Str<T>("abc").Mid(3)};
+    for (const S& empty : empties)
+        EXPECT_EQ(Look(empty), "/0 nil") << &empty - empties;
+
+    using P = Probe<T>;
+    EXPECT_TRUE(static_cast<const void*>(P::get_afxDataNil()) == Probe<char>::get_afxDataNil());
+    EXPECT_TRUE(static_cast<const void*>(P::get_afxDataNil()) == &Header(Wide()));
+    EXPECT_TRUE(static_cast<const void*>(&P::AfxGetEmptyString()) ==
+                &Probe<char>::AfxGetEmptyString());
+    EXPECT_EQ(Look(P::AfxGetEmptyString()), "/0 nil");
+    EXPECT_EQ(P::get_afxChNil(), 0);
+    EXPECT_EQ(sizeof(S), sizeof(void*));
+}
+
+TYPED_TEST(StringCore, ConstructorsTakeExactlyTheirText)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    const T unterminated[] = {'a', 0, 'b'};
+    EXPECT_EQ(Look(S(Text<T>("abc"))), "abc/3 x1");
+    EXPECT_EQ(Look(S(Text<T>("a\0b"sv))), "a/1 x1");
+    EXPECT_EQ(Look(S(unterminated, 3)), "a<0>b/3 x1");
+    EXPECT_EQ(Look(S(Text<T>("abc"), 2)), "ab/2 x1");
+    EXPECT_EQ(Look(S(T('x'), 3)), "xxx/3 x1");
+    EXPECT_EQ(Look(S(T('x'), 1)), "x/1 x1");
+    EXPECT_EQ(Look(S(T(0), 2)), "<0><0>/2 x1");
+}
+
+TYPED_TEST(StringCore, CopiesShareButForLockedText)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    S source = Str<T>("a\0b"sv);
+    {
+        const S copy = source;
+        S assigned = Str<T>("xyz");
+        assigned = copy;
+        EXPECT_EQ(Look(assigned), "a<0>b/3 x3");
+        EXPECT_TRUE(copy.GetString() == source.GetString());
+        assigned = source;
+        EXPECT_EQ(Look(source), "a<0>b/3 x3");
+        assigned = S();
+        EXPECT_EQ(Look(assigned), "/0 nil");
+    }
+    EXPECT_EQ(Look(source), "a<0>b/3 x1");
+
+    source.LockBuffer();
+    const S copy = source;
+    EXPECT_EQ(Look(copy), "a/1 x1");
+    S roomy, exact;
+    roomy.GetBuffer(5);
+    roomy = std::as_const(source);
+    exact = std::as_const(source);
+    EXPECT_EQ(Look(roomy), "a<0>b/5 x1");
+    EXPECT_EQ(Look(exact), "a<0>b/3 x1");
+    EXPECT_EQ(Look(source), "a<0>b/3 locked");
+}
+
+TYPED_TEST(StringCore, MovingTakesTheBlockAndKeepsLocks)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    S source = Str<T>("a\0b"sv);
+    const T* const block = source.GetString();
+    S taker = std::move(source);
+    EXPECT_EQ(Look(taker), "a<0>b/3 x1");
+    EXPECT_TRUE(taker.GetString() == block);
+    EXPECT_EQ(Look(source), "/0 nil");
+
+    S& self = taker;
+    taker = std::move(self);
+    EXPECT_EQ(Look(taker), "a<0>b/3 x1");
+    source = Str<T>("xyz");
+    const S witness = source;
+    taker = std::move(source);
+    EXPECT_EQ(Look(taker), "xyz/3 x2");
+    EXPECT_EQ(Look(source), "/0 nil");
+
+    S locked = Str<T>("abcd");
+    const T* const buffer = locked.LockBuffer();
+    locked = std::move(taker);
+    EXPECT_EQ(Look(locked), "xyz/4 locked");
+    EXPECT_TRUE(locked.GetString() == buffer);
+    EXPECT_EQ(Look(taker), "/0 nil");
+    EXPECT_EQ(Look(witness), "xyz/3 x1");
+    const S made = std::move(locked);
+    EXPECT_EQ(Look(made), "xyz/3 x1");
+    EXPECT_EQ(Look(locked), "/4 locked");
+    locked += Text<T>("pq");
+    source = std::move(locked);
+    EXPECT_EQ(Look(source), "pq/2 x1");
+    EXPECT_EQ(Look(locked), "/4 locked");
+}
+
+TYPED_TEST(StringCore, AssigningKeepsRoomThatNobodyShares)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    const Row<T> rows[] = {
+        {"fits", Sole, "abc", "=de/3 x1", [](S& s) { s = Text<T>("de"); }},
+        {"one more", Sole, "abc", "defg/4 x1", [](S& s) { s = Text<T>("defg"); }},
+        {"empty", Roomy, "abc", "=/8 x1", [](S& s) { s = Text<T>(""); }},
+        {"null", Sole, "abc", "=/3 x1", [](S& s) { s = kNull<T>; }},
+        {"null, shared", Shared, "abc", "/0 nil", [](S& s) { s = kNull<T>; }},
+        {"shared", Shared, "abc", "de/2 x1", [](S& s) { s = Text<T>("de"); }},
+        {"locked", Locked, "abc", "=de/3 locked", [](S& s) { s = Text<T>("de"); }},
+        {"lock lost", Locked, "abc", "defg/4 x1", [](S& s) { s = Text<T>("defg"); }},
+        {"nil", Nil, "", "d/1 x1", [](S& s) { s = Text<T>("d"); }},
+        {"nil to nil", Nil, "", "=/0 nil", [](S& s) { s = Text<T>(""); }},
+        {"own tail", Sole, "abcde", "=cde/5 x1", [](S& s) { s = s.GetString() + 2; }},
+        {"own text", Sole, "abc", "=abc/3 x1", [](S& s) { s = s.GetString(); }},
+        {"own tail, shared", Shared, "abcde", "cde/3 x1", [](S& s) { s = s.GetString() + 2; }},
+        {"own tail, locked", Locked, "abcde", "=cde/5 locked", [](S& s) { s = s.GetString() + 2; }},
+        {"character", Sole, "abc", "=x/3 x1", [](S& s) { s = T('x'); }},
+        {"character, shared", Shared, "abc", "x/1 x1", [](S& s) { s = T('x'); }},
+        {"zero character", Sole, "abc", "=<0>/3 x1", [](S& s) { s = T(0); }},
+        {"string to locked", Locked, "abc", "=x<0>/3 locked",
+         [](S& s) { Set(s, Str<T>("x\0"sv)); }},
+        {"longer to locked", Locked, "abc", "wxyz/4 x1", [](S& s) { Set(s, Str<T>("wxyz")); }},
+        {"string, block given up", Roomy, "abc", "xy/2 x1", [](S& s) { Set(s, Str<T>("xy")); }},
+        {"empty string", Sole, "abc", "=/3 x1", [](S& s) { Set(s, S()); }},
+        {"empty string, shared", Shared, "abc", "/0 nil", [](S& s) { Set(s, S()); }},
+        {"empty string, locked", Locked, "abc", "=/3 locked", [](S& s) { Set(s, S()); }},
+        {"itself, locked", Locked, "a\0b"sv, "=a<0>b/3 locked", [](S& s) { Set(s, s); }},
+        {"after a stored -2", Sole, "abc", "=de/3 x1",
+         [](S& s) {
+             s.ReleaseBuffer(-2);
+             s = Text<T>("de");
+         }},
+    };
+    Check(rows);
+}
+
+TYPED_TEST(StringCore, AppendingGrowsToExactlyTheText)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    const Row<T> rows[] = {
+        {"grows", Sole, "abc", "abcde/5 x1", [](S& s) { s += Text<T>("de"); }},
+        {"fills", Roomy, "abc", "=abcdefgh/8 x1", [](S& s) { s += Text<T>("defgh"); }},
+        {"one more", Roomy, "abc", "abcdefghi/9 x1", [](S& s) { s += Text<T>("defghi"); }},
+        {"shared", RoomyShared, "abc", "abcd/4 x1", [](S& s) { s += Text<T>("d"); }},
+        {"null", Shared, "abc", "=abc/3 x2", [](S& s) { s += kNull<T>; }},
+        {"empty", Shared, "abc", "=abc/3 x2", [](S& s) { s += Text<T>(""); }},
+        {"empty string", Shared, "abc", "=abc/3 x2", [](S& s) { s += S(); }},
+        {"locked", RoomyLocked, "abc", "=abcd/8 locked", [](S& s) { s += Text<T>("d"); }},
+        {"lock lost", Locked, "abc", "abcd/4 x1", [](S& s) { s += Text<T>("d"); }},
+        {"nil", Nil, "", "a/1 x1", [](S& s) { s += Text<T>("a"); }},
+        {"nil to nil", Nil, "", "=/0 nil", [](S& s) { s += s; }},
+        {"itself", Sole, "abc", "abcabc/6 x1", [](S& s) { s += s; }},
+        {"itself, in place", Roomy, "abc", "=abcabc/8 x1", [](S& s) { s += s; }},
+        {"itself, shared", Shared, "abc", "abcabc/6 x1", [](S& s) { s += s; }},
+        {"own tail", Sole, "abc", "abcbc/5 x1", [](S& s) { s += s.GetString() + 1; }},
+        {"own tail, in place", Roomy, "abc", "=abcbc/8 x1", [](S& s) { s += s.GetString() + 1; }},
+        {"own text, in place", Roomy, "abc", "=abcabc/8 x1", [](S& s) { s += s.GetString(); }},
+        {"character", Sole, "abc", "abcd/4 x1", [](S& s) { s += T('d'); }},
+        {"zero character", Roomy, "abc", "=abc<0>/8 x1", [](S& s) { s += T(0); }},
+        {"stored zeros", Sole, "a\0b"sv, "a<0>bc<0>d/6 x1", [](S& s) { s += Str<T>("c\0d"sv); }},
+    };
+    Check(rows);
+}
+
+TYPED_TEST(StringCore, BuffersAreExactAndPrivate)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    const Row<T> rows[] = {
+        {"fits", Sole, "abc", "=abc/3 x1", [](S& s) { return s.GetBuffer(3) == s.GetString(); }, 1},
+        {"one more", Sole, "a\0b"sv, "a<0>b/4 x1",
+         [](S& s) { return s.GetBuffer(4) == s.GetString(); }, 1},
+        {"below 0", Sole, "abc", "=abc/3 x1", [](S& s) { s.GetBuffer(-1); }},
+        {"shared", RoomyShared, "abc", "abc/3 x1", [](S& s) { s.GetBuffer(0); }},
+        {"shared, below 0", Shared, "abc", "abc/3 x1", [](S& s) { s.GetBuffer(-1); }},
+        {"shared, larger", Shared, "abc", "abc/5 x1", [](S& s) { s.GetBuffer(5); }},
+        {"locked", RoomyLocked, "abc", "=abc/8 locked", [](S& s) { s.GetBuffer(8); }},
+        {"lock lost", Locked, "abc", "abc/4 x1", [](S& s) { s.GetBuffer(4); }},
+        {"nil", Nil, "", "=/0 nil", [](S& s) { s.GetBuffer(0); }},
+        {"nil, larger", Nil, "", "/4 x1", [](S& s) { s.GetBuffer(4); }},
+        {"release shorter", Sole, "abc", "=ab/3 x1", [](S& s) { s.ReleaseBuffer(2); }},
+        {"release full", Sole, "abc", "=abc/3 x1", [](S& s) { s.ReleaseBuffer(3); }},
+        {"release beyond", Sole, "abc", "=abc/3 x1", [](S& s) { s.ReleaseBuffer(4); }},
+        {"release far beyond", Sole, "abc", "=abc/3 x1", [](S& s) { s.ReleaseBuffer(INT_MAX); }},
+        {"release measures", Sole, "a\0b"sv, "=a/3 x1", [](S& s) { s.ReleaseBuffer(); }},
+        {"release stores -2", Sole, "abc", "=length -2 of /3 x1",
+         [](S& s) {
+             s.ReleaseBuffer(-2);
+             return s.GetString()[2];
+         },
+         'c'},
+        {"release shared", Shared, "abc", "a/3 x1", [](S& s) { s.ReleaseBuffer(1); }},
+        {"release locked", Locked, "abc", "=a/3 locked", [](S& s) { s.ReleaseBuffer(1); }},
+        {"release nil", Nil, "", "=/0 nil",
+         [](S& s) {
+             s.ReleaseBuffer();
+             s.ReleaseBuffer(5);
+             s.ReleaseBuffer(0);
+         }},
+        {"release nil, -2", Nil, "", "=/0 nil", [](S& s) { s.ReleaseBuffer(-2); }},
+        {"set length", Sole, "abc", "=ab/3 x1",
+         [](S& s) { return s.GetBufferSetLength(2) == s.GetString(); }, 1},
+        {"set length below 0", Sole, "abc", "=/3 x1", [](S& s) { s.GetBufferSetLength(-3); }},
+        {"set length, shared", Shared, "abc", "ab/3 x1", [](S& s) { s.GetBufferSetLength(2); }},
+        {"set length, larger", Sole, "abc", "abcd/4 x1",
+         [](S& s) { s.GetBufferSetLength(4)[3] = 'd'; }},
+        {"set length, nil", Nil, "", "=/0 nil",
+         [](S& s) {
+             s.GetBufferSetLength(0);
+             s.GetBufferSetLength(-1);
+         }},
+        {"free extra", Roomy, "abc", "abc/3 x1", [](S& s) { s.FreeExtra(); }},
+        {"free extra, none", Shared, "abc", "=abc/3 x2", [](S& s) { s.FreeExtra(); }},
+        {"free extra, shared", RoomyShared, "abc", "abc/3 x1", [](S& s) { s.FreeExtra(); }},
+        {"free extra, no text", Roomy, "", "/0 nil", [](S& s) { s.FreeExtra(); }},
+        {"free extra, locked", RoomyLocked, "a\0b"sv, "a<0>b/3 x1", [](S& s) { s.FreeExtra(); }},
+        {"lock", Roomy, "abc", "=abc/8 locked",
+         [](S& s) { return s.LockBuffer() == s.GetString(); }, 1},
+        {"lock shared", RoomyShared, "abc", "abc/3 locked", [](S& s) { s.LockBuffer(); }},
+        {"lock nil", Nil, "", "=/0 nil",
+         [](S& s) {
+             s.LockBuffer();
+             s.UnlockBuffer();
+         }},
+        {"unlock", Locked, "abc", "=abc/3 x1", [](S& s) { s.UnlockBuffer(); }},
+        {"unlock shared", Shared, "abc", "=abc/3 x2", [](S& s) { s.UnlockBuffer(); }},
+        {"empty", Roomy, "abc", "/0 nil", [](S& s) { s.Empty(); }},
+        {"empty keeps a buffer", Roomy, "", "=/8 x1", [](S& s) { s.Empty(); }},
+        {"empty shared", Shared, "abc", "/0 nil", [](S& s) { s.Empty(); }},
+        {"empty locked", RoomyLocked, "abc", "=/8 locked", [](S& s) { s.Empty(); }},
+        {"set", Sole, "abc", "=axc/3 x1", [](S& s) { s.SetAt(1, 'x'); }},
+        {"set shared", Shared, "abc", "axc/3 x1", [](S& s) { s.SetAt(1, 'x'); }},
+        {"set locked", Locked, "abc", "=axc/3 locked", [](S& s) { s.SetAt(1, 'x'); }},
+        {"set outside", Sole, "abc", "=abc/3 x1",
+         [](S& s) {
+             for (int i : {-1, 4, INT_MAX, INT_MIN})
+                 s.SetAt(i, 'x');
+         }},
+        {"set in nil", Nil, "", "=/0 nil",
+         [](S& s) {
+             for (int i : {-1, 0, 1})
+                 s.SetAt(i, 'x');
+         }},
+        {"get", Sole, "abc", "=abc/3 x1", [](S& s) { return s.GetAt(0) * 0x100 + s[2]; },
+         'a' * 0x100 + 'c'},
+        {"get outside", Sole, "abc", "=abc/3 x1",
+         [](S& s) { return s[3] | s[-1] | s.GetAt(4) | s[INT_MAX] | s[INT_MIN]; }},
+    };
+    Check(rows);
+}
+
+TYPED_TEST(StringCore, ProtectedMembersMakeExactBlocks)
+{
+    using T = TypeParam;
+    Probe<T> text, part;
+    text.AllocBuffer(5);
+    EXPECT_EQ(text.GetLength(), 5);
+    EXPECT_EQ(text.GetString()[5], 0);
+    EXPECT_TRUE(text.GetData() == &Header(text));
+    text.AssignCopy(5, Text<T>("abcde"));
+    EXPECT_EQ(Look(text), "abcde/5 x1");
+    text.AllocCopy(part, 2, 1, 3);
+    EXPECT_EQ(part.GetAllocLength(), 5);
+    EXPECT_EQ(part.GetLength(), 5);
+    EXPECT_EQ(Look(part.Left(2)), "bc/2 x1");
+    part.AllocBeforeWrite(4);
+    EXPECT_EQ(part.GetAllocLength(), 5);
+    part.AllocBeforeWrite(6);
+    EXPECT_EQ(part.GetAllocLength(), 6);
+    part.Release();
+    text.AllocCopy(part, 0, 2, 0);
+    EXPECT_EQ(Look(part), "/0 nil");
+    part.ConcatCopy(2, Text<T>("xy"), 1, Text<T>("z"));
+    EXPECT_EQ(Look(part), "xyz/3 x1");
+    part.ConcatCopy(0, Text<T>("xy"), 0, Text<T>("z"));
+    EXPECT_EQ(Look(part), "xyz/3 x1");
+    part = text;
+    part.ConcatInPlace(0, Text<T>("q"));
+    EXPECT_EQ(Look(part), "abcde/5 x2");
+    part.AllocBeforeWrite(1);
+    EXPECT_EQ(part.GetAllocLength(), 1);
+    part = text;
+    part.CopyBeforeWrite();
+    EXPECT_EQ(Look(part), "abcde/5 x1");
+    for (const int length : {0, -1}) {
+        Probe<T> none;
+        none.AllocBuffer(length);
+        EXPECT_EQ(Look(none), "/0 nil");
+        none.Release();
+        Probe<T>::Release(none.GetData());
+    }
+    EXPECT_EQ(Probe<T>::SafeStrlen(nullptr), 0);
+    EXPECT_EQ(Probe<T>::SafeStrlen(Text<T>("ab\0c"sv)), 2);
+}
+
+TYPED_TEST(StringCore, JoiningMakesOneExactBlock)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    const S ab = Str<T>("a\0b"sv), none;
+    EXPECT_EQ(Look(ab + ab), "a<0>ba<0>b/6 x1");
+    EXPECT_EQ(Look(ab + Text<T>("cd")), "a<0>bcd/5 x1");
+    EXPECT_EQ(Look(Text<T>("cd") + ab), "cda<0>b/5 x1");
+    EXPECT_EQ(Look(ab + T('c')), "a<0>bc/4 x1");
+    EXPECT_EQ(Look(T('c') + ab), "ca<0>b/4 x1");
+    EXPECT_EQ(Look(ab + kNull<T>), "a<0>b/3 x1");
+    EXPECT_EQ(Look(kNull<T> + none), "/0 nil");
+    EXPECT_EQ(Look(none + T(0)), "<0>/1 x1");
+}
+
+TYPED_TEST(StringCore, ComparesAndHashesByTheTerminatorUnsigned)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    const struct {
+        std::string_view first, second;
+        int order;
+    } rows[] = {
+        {"abc", "abc", 0},  {"abc", "abd", -1},      {"ab", "abc", -1}, {"b", "abc", 1},
+        {"", "", 0},        {"", "a", -1},           {"\xE9", "z", 1},  {"\x7F", "\x80", -1},
+        {"a\0b"sv, "a", 0}, {"a\0b"sv, "a\0c"sv, 0},
+    };
+    for (const auto& row : rows) {
+        const S first = Str<T>(row.first), second = Str<T>(row.second);
+        const Text<T> text(row.second);
+        EXPECT_EQ(first == second, row.order == 0) << row.first;
+        EXPECT_EQ(first != text, row.order != 0) << row.first;
+        EXPECT_EQ(first < second, row.order < 0) << row.first;
+        EXPECT_EQ(first > text, row.order > 0) << row.first;
+        EXPECT_EQ(second >= first, row.order <= 0) << row.first;
+        EXPECT_EQ(text <= first, row.order >= 0) << row.first;
+        EXPECT_TRUE(row.order != 0 || std::hash<S>()(first) == std::hash<S>()(second)) << row.first;
+    }
+    EXPECT_TRUE(S() == kNull<T>);
+    EXPECT_TRUE(Str<T>("a") > kNull<T>);
+    const std::unordered_set<S> set = {Str<T>("a"), Str<T>("b"), Str<T>("a\0c"sv)};
+    EXPECT_EQ(set.size(), 2u);
+}
+
+TEST(StringCorePrinting, ShowsStoredTextInAscii)
+{
+    std::ostringstream narrow, wide;
+    PrintTo(Narrow("a\0\x81", 3), &narrow);
+    PrintTo(Wide(L"a\0\x2013", 3), &wide);
+    EXPECT_EQ(narrow.str(), R"("a\x00\x81")");
+    EXPECT_EQ(wide.str(), R"("a\u0000\u2013")");
+}
+
+// In a process of its own, where no free block of another size can serve a request.
+TEST(StringCoreHeapDeathTest, BlocksHaveExactlyTheSizeAskedFor)
+{
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const auto measure = [] {
+        constexpr int kHeader = 12, kOverhead = 4, kSmallest = 16, kStep = 8;
+        const auto chunk = [](int bytes) {
+            const int rounded = (bytes + kOverhead + kStep - 1) / kStep * kStep;
+            return rounded < kSmallest ? kSmallest : rounded;
+        };
+        std::vector<Narrow> narrow(64);
+        std::vector<Wide> wide(64);
+        for (int n = 1; n < 64; ++n) {
+            const auto before = static_cast<int>(HeapInUse());
+            narrow[n] = Narrow('x', n);
+            const auto between = static_cast<int>(HeapInUse());
+            wide[n] = Wide(L'x', n);
+            EXPECT_EQ(between - before, chunk(kHeader + n + 1)) << n;
+            EXPECT_EQ(static_cast<int>(HeapInUse()) - between, chunk(kHeader + 2 * (n + 1))) << n;
+        }
+    };
+    EXPECT_EXIT(ExitAfter(measure), testing::ExitedWithCode(0), "");
+}
+
+TYPED_TEST(StringCore, ThreadsHoldCopiesOfOneText)
+{
+    using T = TypeParam;
+    using S = CXelStringT<T>;
+    constexpr int kThreads = 4, kRounds = 3000;
+    const S shared = Str<T>("shared text");
+    const auto work = [](S mine, int* failures) {
+        const S expected = Str<T>("shared text"), longer = Str<T>("shared text+");
+        S held, changed;
+        for (int round = 0; round < kRounds; ++round) {
+            S copy = mine;
+            held = copy;
+            S moved = std::move(copy);
+            changed = moved;
+            changed += T('+');
+            moved.SetAt(0, 'S');
+            *failures += held != expected || changed != longer || moved[0] != 'S';
+            if (round % 3 == 0)
+                held.Empty();
+        }
+    };
+    int failures[kThreads] = {};
+    {
+        std::vector<std::thread> threads;
+        for (int& count : failures)
+            threads.emplace_back(work, shared, &count);
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+    for (const int count : failures)
+        EXPECT_EQ(count, 0);
+    EXPECT_EQ(Look(shared), "shared text/11 x1");
+}
+
+} // namespace
