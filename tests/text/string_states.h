@@ -28,27 +28,26 @@ using Widths = testing::Types<char, wchar_t>;
 
 template <class T> constexpr const T* kNull = nullptr;
 
-// Latin-1 bytes, zeros included, as terminated text of either width.
+// Latin-1 bytes, zeros included, as terminated text of either width; `{}` gives the null pointer.
 template <class T> class Text {
 public:
-    Text(std::string_view latin1)
+    Text(std::string_view latin1) : m_units(latin1.begin(), latin1.end()), m_null(!latin1.data())
     {
-        for (const char c : latin1)
-            m_units.push_back(static_cast<T>(static_cast<unsigned char>(c)));
+        for (T& unit : m_units)
+            unit &= 0xFF;
         m_units.push_back(T{});
     }
-    operator const T*() const { return m_units.data(); }
-    int Length() const { return static_cast<int>(m_units.size()) - 1; }
+    operator const T*() const { return m_null ? nullptr : m_units.data(); }
 
 private:
     std::vector<T> m_units;
+    bool m_null;
 };
 
 // A string of exactly these units.
 template <class T> CXelStringT<T> Str(std::string_view latin1)
 {
-    const Text<T> text(latin1);
-    return CXelStringT<T>(static_cast<const T*>(text), text.Length());
+    return {static_cast<const T*>(Text<T>(latin1)), static_cast<int>(latin1.size())};
 }
 
 template <class T> const xel_text::CXelStringData<T>& Header(const CXelStringT<T>& text)
@@ -148,34 +147,37 @@ template <class T> struct Row {
     int returns = 0;
 };
 
-// Runs the rows, and sees that another holder of the block keeps its text whatever is done.
-template <class T, std::size_t N> void Check(const Row<T> (&rows)[N])
+// Does it, and sees that another holder of the block keeps its text whatever is done.
+template <class T> void Check(const Row<T>& row)
 {
     constexpr int kRoomy = 8;
-    for (const Row<T>& row : rows) {
-        SCOPED_TRACE(row.what);
-        CXelStringT<T> text = Str<T>(row.text), other;
-        if (row.held == Roomy || row.held == RoomyShared || row.held == RoomyLocked)
-            text.GetBuffer(kRoomy);
-        const int capacity = text.GetAllocLength();
-        if (row.held == Shared || row.held == RoomyShared)
-            other = text;
-        if (row.held == Locked || row.held == RoomyLocked)
-            text.LockBuffer();
-        const T* const before = text.GetString();
+    SCOPED_TRACE(row.what);
+    CXelStringT<T> text = Str<T>(row.text), other;
+    if (row.held == Roomy || row.held == RoomyShared || row.held == RoomyLocked)
+        text.GetBuffer(kRoomy);
+    const int capacity = text.GetAllocLength();
+    if (row.held == Shared || row.held == RoomyShared)
+        other = text;
+    if (row.held == Locked || row.held == RoomyLocked)
+        text.LockBuffer();
+    const T* const before = text.GetString();
 
-        EXPECT_EQ(row.act(text), row.returns);
+    EXPECT_EQ(row.act(text), row.returns);
 
-        const bool inPlace = row.look.starts_with('=');
-        EXPECT_EQ(Look(text), row.look.substr(inPlace));
-        EXPECT_TRUE(!inPlace || text.GetString() == before) << "not in place";
-        if (!IsNil(other)) {
-            const bool still = text.GetString() == other.GetString();
-            EXPECT_EQ(Units(other), Units(Str<T>(row.text))) << "the other holder's text changed";
-            EXPECT_EQ(other.GetAllocLength(), capacity);
-            EXPECT_EQ(Header(other).refCount, still ? 2 : 1);
-        }
+    const bool inPlace = row.look.starts_with('=');
+    EXPECT_EQ(Look(text), row.look.substr(inPlace));
+    EXPECT_TRUE(!inPlace || text.GetString() == before) << "not in place";
+    if (!IsNil(other)) {
+        EXPECT_EQ(Units(other), Units(Str<T>(row.text))) << "the other holder's text changed";
+        EXPECT_EQ(other.GetAllocLength(), capacity);
+        EXPECT_EQ(Header(other).refCount, text.GetString() == other.GetString() ? 2 : 1);
     }
+}
+
+template <class T, std::size_t N> void Check(const Row<T> (&rows)[N])
+{
+    for (const Row<T>& row : rows)
+        Check(row);
 }
 
 // In the child of a death test, whose failures are not shown otherwise.

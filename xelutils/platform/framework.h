@@ -25,6 +25,13 @@ public:
     bool IsEmpty() const;
     operator const wchar_t*() const;
 
+    // By the text up to the first zero character.
+    friend XELUTILS_API bool operator==(const CString& first, const wchar_t* second);
+    friend bool operator==(const CString& first, const CString& second)
+    {
+        return first == static_cast<const wchar_t*>(second);
+    }
+
 private:
     // The text with its terminator; empty for the empty string.
     std::vector<wchar_t> m_text;

@@ -21,7 +21,6 @@
 #pragma once
 
 #include <atomic>
-#include <compare>
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
@@ -70,13 +69,14 @@ public:
 
     // ---- Construction. A null pointer or a length of 0 gives the empty string. ----
 
-    CXelStringT() { Init(); }
+    CXelStringT() noexcept { Init(); }
+    CXelStringT(std::nullptr_t) noexcept { Init(); }
 
     // Shares the block; of a locked string the text is copied, up to its first zero character.
-    CXelStringT(const CXelStringT& source);
+    CXelStringT(const CXelStringT& source) noexcept;
 
     // Leaves the source empty. A locked source is copied and keeps its buffer.
-    CXelStringT(CXelStringT&& source);
+    CXelStringT(CXelStringT&& source) noexcept;
 
     // A pointer below 0x10000 is no text but the identifier of a string resource, which is
     // loaded; a missing one gives the empty string. Text of the other width is converted.
@@ -98,10 +98,10 @@ public:
 
     // ---- Assignment. Room that the string has is kept and used when nobody shares it. ----
 
-    CXelStringT& operator=(const CXelStringT& source);
+    CXelStringT& operator=(const CXelStringT& source) noexcept;
 
     // Leaves the source empty. A locked string keeps its buffer and takes the text.
-    CXelStringT& operator=(CXelStringT&& source);
+    CXelStringT& operator=(CXelStringT&& source) noexcept;
 
     // Null empties the string; but null text of the other width leaves the text of a string
     // that shares its block with nobody (up to its first zero character): callers rely on it.
@@ -109,6 +109,7 @@ public:
     CXelStringT& operator=(const wchar_t* text);
     CXelStringT& operator=(const unsigned char* text);
     CXelStringT& operator=(const CString& text);
+    CXelStringT& operator=(std::nullptr_t);
 
     // One character. Callers rely on the odd cases: a narrow string keeps the low byte of a wide
     // character, without a code page (U+20AC becomes the byte AC); a wide string sign-extends a
@@ -120,6 +121,7 @@ public:
 
     CXelStringT& operator+=(const CXelStringT& text);
     CXelStringT& operator+=(const T* text);
+    CXelStringT& operator+=(const CString& text);
     CXelStringT& operator+=(char ch);
     CXelStringT& operator+=(wchar_t ch);
 
@@ -138,6 +140,8 @@ public:
     // Valid until the string is next changed. Never null.
     operator const T*() const { return m_chars; }
     const T* GetString() const { return m_chars; }
+    // Would always be true: ask IsEmpty.
+    explicit operator bool() const = delete;
 
     // The stored text, zero characters included.
     const T* begin() const { return m_chars; }
@@ -147,6 +151,12 @@ public:
     // block.
     T GetAt(int index) const;
     T operator[](int index) const { return GetAt(index); }
+    template <class Index>
+    requires std::is_integral_v<Index> T operator[](Index index) const
+    {
+        const auto place = static_cast<long long>(index);
+        return place < 0 || place > GetAllocLength() ? T{} : GetAt(static_cast<int>(place));
+    }
 
     // Ignored for an index outside the block.
     void SetAt(int index, T ch);
@@ -297,7 +307,10 @@ private:
     bool TakeResource(const void* text);
     void GrowKeeping(int length);
     int InsertSpan(int index, const T* text, int length);
-    void ReplaceSpans(const T* oldText, int oldLength, const T* newText, int newLength, int count);
+    static constexpr int kRememberedPlaces = 64;
+    using Places = int[kRememberedPlaces];
+    void ReplaceSpans(const T* oldText, int oldLength, const T* newText, int newLength, int count,
+                      const Places& places);
     template <class Trimmable> CXelStringT& TrimRightWhere(Trimmable trimmable);
     template <class Trimmable> CXelStringT& TrimLeftWhere(Trimmable trimmable);
 
@@ -308,7 +321,7 @@ private:
     T* m_chars;
 };
 
-template <class T> inline CXelStringT<T>::CXelStringT(CXelStringT&& source)
+template <class T> inline CXelStringT<T>::CXelStringT(CXelStringT&& source) noexcept
 {
     Init();
     *this = static_cast<CXelStringT&&>(source);
@@ -325,11 +338,11 @@ template <class T> inline void CXelStringT<T>::Release(Data* data)
         FreeData(data);
 }
 
-template <class T> inline CXelStringT<T>& CXelStringT<T>::operator=(CXelStringT&& source)
+template <class T> inline CXelStringT<T>& CXelStringT<T>::operator=(CXelStringT&& source) noexcept
 {
     if (this == &source)
         return *this;
-    if (IsLocked() || source.IsLocked()) {
+    if (IsLocked() || source.IsLocked() || source.IsNil()) {
         *this = static_cast<const CXelStringT&>(source);
         source.Empty();
     } else {
@@ -376,13 +389,22 @@ CXelStringT<T> operator+(const std::type_identity_t<T>* first, const CXelStringT
 {
     return ConcatTexts<T>(first, TextLength<T>(first), second, second.GetLength());
 }
-template <class T> CXelStringT<T> operator+(const CXelStringT<T>& first, T second)
+// One character of either width becomes one of the string's as with +=. A number is no character:
+// text + 1 is what it is for any pointer to characters, a place inside the text.
+template <class Ch>
+concept Character = std::is_same_v<Ch, char> || std::is_same_v<Ch, wchar_t>;
+
+template <class T, Character Ch> CXelStringT<T> operator+(const CXelStringT<T>& first, Ch second)
 {
-    return ConcatTexts<T>(first, first.GetLength(), &second, 1);
+    CXelStringT<T> character;
+    character = second;
+    return first + character;
 }
-template <class T> CXelStringT<T> operator+(T first, const CXelStringT<T>& second)
+template <class T, Character Ch> CXelStringT<T> operator+(Ch first, const CXelStringT<T>& second)
 {
-    return ConcatTexts<T>(&first, 1, second, second.GetLength());
+    CXelStringT<T> character;
+    character = first;
+    return character + second;
 }
 
 // ---- Comparing: by the text up to the terminator, units unsigned, so that strings and plain
@@ -407,19 +429,62 @@ inline bool operator==(const CXelStringT<wchar_t>& first, const CString& second)
 {
     return CompareTexts<wchar_t>(first, second) == 0;
 }
-template <class T>
-std::weak_ordering operator<=>(const CXelStringT<T>& first, const CXelStringT<T>& second)
+// Functions by these names, since the standard's orderings would compare addresses without them.
+template <class T> bool operator<(const CXelStringT<T>& first, const CXelStringT<T>& second)
 {
-    return CompareTexts<T>(first, second) <=> 0;
+    return CompareTexts<T>(first, second) < 0;
 }
 template <class T>
-std::weak_ordering operator<=>(const CXelStringT<T>& first, const std::type_identity_t<T>* second)
+bool operator<(const CXelStringT<T>& first, const std::type_identity_t<T>* second)
 {
-    return CompareTexts<T>(first, second) <=> 0;
+    return CompareTexts<T>(first, second) < 0;
 }
-inline std::weak_ordering operator<=>(const CXelStringT<wchar_t>& first, const CString& second)
+template <class T>
+bool operator<(const std::type_identity_t<T>* first, const CXelStringT<T>& second)
 {
-    return CompareTexts<wchar_t>(first, second) <=> 0;
+    return CompareTexts<T>(first, second) < 0;
+}
+template <class T> bool operator<=(const CXelStringT<T>& first, const CXelStringT<T>& second)
+{
+    return CompareTexts<T>(first, second) <= 0;
+}
+template <class T>
+bool operator<=(const CXelStringT<T>& first, const std::type_identity_t<T>* second)
+{
+    return CompareTexts<T>(first, second) <= 0;
+}
+template <class T>
+bool operator<=(const std::type_identity_t<T>* first, const CXelStringT<T>& second)
+{
+    return CompareTexts<T>(first, second) <= 0;
+}
+template <class T> bool operator>(const CXelStringT<T>& first, const CXelStringT<T>& second)
+{
+    return CompareTexts<T>(first, second) > 0;
+}
+template <class T>
+bool operator>(const CXelStringT<T>& first, const std::type_identity_t<T>* second)
+{
+    return CompareTexts<T>(first, second) > 0;
+}
+template <class T>
+bool operator>(const std::type_identity_t<T>* first, const CXelStringT<T>& second)
+{
+    return CompareTexts<T>(first, second) > 0;
+}
+template <class T> bool operator>=(const CXelStringT<T>& first, const CXelStringT<T>& second)
+{
+    return CompareTexts<T>(first, second) >= 0;
+}
+template <class T>
+bool operator>=(const CXelStringT<T>& first, const std::type_identity_t<T>* second)
+{
+    return CompareTexts<T>(first, second) >= 0;
+}
+template <class T>
+bool operator>=(const std::type_identity_t<T>* first, const CXelStringT<T>& second)
+{
+    return CompareTexts<T>(first, second) >= 0;
 }
 
 // A number that equal strings share.

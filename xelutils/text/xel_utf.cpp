@@ -108,7 +108,7 @@ std::string ToUtf8(const CXelStringT<wchar_t>& text)
 CXelStringT<wchar_t> FromUtf8(std::string_view utf8, bool* wellFormed)
 {
     if (wellFormed)
-        *wellFormed = true;
+        *wellFormed = utf8.size() <= INT_MAX;
     CXelStringT<wchar_t> text;
     if (utf8.empty() || utf8.size() > INT_MAX)
         return text;

@@ -47,7 +47,9 @@ void CFile::HandOn(const void* data, UINT size)
     const bool done = WriteFile(m_file, data, size, &written, nullptr) && written == size;
     if (done)
         return;
-    const DWORD error = written != 0 && written < size ? ERROR_DISK_FULL : GetLastError();
+    // Not 0, which stands for no failure.
+    const DWORD reason = GetLastError();
+    const DWORD error = reason != ERROR_SUCCESS ? reason : ERROR_WRITE_FAULT;
     if (m_gathering)
         m_failure = error;
     throw CFileException(error);
@@ -55,8 +57,8 @@ void CFile::HandOn(const void* data, UINT size)
 
 void CFile::GatherWrites()
 {
-    m_gathering = true;
     m_gathered.resize(kGatheredBytes);
+    m_gathering = true;
 }
 
 void CFile::Flush()

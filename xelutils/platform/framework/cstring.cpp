@@ -55,3 +55,10 @@ CString::operator const wchar_t*() const
 {
     return m_text.empty() ? L"" : m_text.data();
 }
+
+bool operator==(const CString& first, const wchar_t* second)
+{
+    const wchar_t* const text = first;
+    const int length = LengthOf(text);
+    return length == LengthOf(second) && std::equal(text, text + length, second);
+}

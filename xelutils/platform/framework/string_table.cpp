@@ -16,10 +16,11 @@ struct Tables {
     std::vector<Table> all;
 };
 
-// Made on first use: tables may be registered before this file's own statics are made.
+// Made on first use and never destroyed: tables may be registered before this file's own statics
+// are made, and looked up after they would be gone.
 Tables& RegisteredTables()
 {
-    static Tables tables;
+    static Tables& tables = *new Tables;
     return tables;
 }
 

@@ -44,6 +44,14 @@ public:
     {
         return m_halves[0] != 0 ? Position(m_halves[0]) : kUnits / 2 + Position(m_halves[1]);
     }
+    // Forgets the matches before position `start`.
+    void DropBelow(std::size_t start)
+    {
+        constexpr std::uint64_t kAll = ~std::uint64_t{0};
+        constexpr std::size_t kHalf = kUnits / 2;
+        m_halves[0] = start < kHalf ? m_halves[0] & (kAll << (start * kUnitBits)) : 0;
+        m_halves[1] &= start < kHalf ? kAll : kAll << ((start - kHalf) * kUnitBits);
+    }
     void DropFirst()
     {
         std::uint64_t& half = m_halves[m_halves[0] != 0 ? 0 : 1];
@@ -63,25 +71,28 @@ inline std::size_t Length(const char* text)
     return std::strlen(text);
 }
 
-// Reads whole aligned blocks: beyond the terminator, but never beyond the page that holds it.
+// Reads whole aligned blocks: before the text and beyond its terminator, but never outside the
+// pages that hold them.
 __attribute__((no_sanitize("address", "thread"))) inline std::size_t Length(const wchar_t* text)
 {
-    const wchar_t* end = text;
-    if (reinterpret_cast<std::uintptr_t>(text) % sizeof(wchar_t) == 0) {
-        for (; reinterpret_cast<std::uintptr_t>(end) % sizeof(Units) != 0; ++end) {
-            if (*end == 0)
-                return static_cast<std::size_t>(end - text);
-        }
-        using AliasedUnits [[gnu::may_alias]] = Units;
-        for (;; end += kUnits) {
-            const Matches zeros(*reinterpret_cast<const AliasedUnits*>(end) == Units{});
-            if (zeros.Any())
-                return static_cast<std::size_t>(end - text) + zeros.First();
-        }
+    using AliasedUnits [[gnu::may_alias]] = Units;
+    const auto address = reinterpret_cast<std::uintptr_t>(text);
+    if (address % sizeof(wchar_t) != 0) [[unlikely]] {
+        std::size_t length = 0;
+        while (text[length] != 0)
+            ++length;
+        return length;
     }
-    while (*end != 0)
-        ++end;
-    return static_cast<std::size_t>(end - text);
+    const std::size_t before = address % sizeof(Units) / sizeof(wchar_t);
+    const auto* block = reinterpret_cast<const AliasedUnits*>(address - address % sizeof(Units));
+    Matches zeros(*block == Units{});
+    zeros.DropBelow(before);
+    for (std::size_t start = 0;; start += kUnits) {
+        if (zeros.Any())
+            return start + zeros.First() - before;
+        ++block;
+        zeros = Matches(*block == Units{});
+    }
 }
 
 // The first of `length` units that equals `unit`, or kNone.
@@ -120,10 +131,19 @@ inline std::size_t FindEither(const wchar_t* text, std::size_t length, wchar_t f
 {
     const Units wantedFirst = Repeat(first);
     const Units wantedSecond = Repeat(second);
-    std::size_t i = 0;
-    for (; i + kUnits <= length; i += kUnits) {
+    const auto compare = [&](std::size_t i) {
         const Units units = Load(text + i);
-        const Matches matches((units == wantedFirst) | (units == wantedSecond));
+        return (units == wantedFirst) | (units == wantedSecond);
+    };
+    std::size_t i = 0;
+    for (; i + 4 * kUnits <= length; i += 4 * kUnits) {
+        const auto a = compare(i) | compare(i + kUnits);
+        const auto b = compare(i + 2 * kUnits) | compare(i + 3 * kUnits);
+        if (Matches(a | b).Any())
+            break;
+    }
+    for (; i + kUnits <= length; i += kUnits) {
+        const Matches matches(compare(i));
         if (matches.Any())
             return i + matches.First();
     }
@@ -210,6 +230,13 @@ inline std::size_t FindSpan(const wchar_t* text, std::size_t length, const wchar
     return kNone;
 }
 
+// The same in narrow text, which holds no zero either and is terminated.
+inline std::size_t FindSpan(const char* text, std::size_t, const char* wanted, std::size_t)
+{
+    const char* const found = std::strstr(text, wanted);
+    return found ? static_cast<std::size_t>(found - text) : kNone;
+}
+
 // The first occurrence of `wanted` before the first zero of the text, which has `length` units and
 // a terminator behind them; or kNone.
 inline std::size_t FindText(const wchar_t* text, std::size_t length, const wchar_t* wanted,
@@ -221,10 +248,10 @@ inline std::size_t FindText(const wchar_t* text, std::size_t length, const wchar
     // A zero before the place found is the end of the text.
     return found != kNone && FindUnit(text, found, 0) != kNone ? kNone : found;
 }
-inline std::size_t FindText(const char* text, std::size_t, const char* wanted, std::size_t)
+inline std::size_t FindText(const char* text, std::size_t length, const char* wanted,
+                            std::size_t wantedLength)
 {
-    const char* const found = std::strstr(text, wanted);
-    return found ? static_cast<std::size_t>(found - text) : kNone;
+    return FindSpan(text, length, wanted, wantedLength);
 }
 
 } // namespace xel_text::scan

@@ -270,7 +270,7 @@ template <class T> void CXelStringT<T>::Take(const T* text)
     detail::CopyUnits(m_chars, text, length);
 }
 
-template <class T> CXelStringT<T>::CXelStringT(const CXelStringT& source)
+template <class T> CXelStringT<T>::CXelStringT(const CXelStringT& source) noexcept
 {
     Data* const data = source.GetData();
     if (RefCount(data) >= 0) {
@@ -343,7 +343,7 @@ template <class T> CXelStringT<T>::CXelStringT(const CString& text)
 
 // ---- Assignment ----------------------------------------------------------------------------
 
-template <class T> CXelStringT<T>& CXelStringT<T>::operator=(const CXelStringT& source)
+template <class T> CXelStringT<T>& CXelStringT<T>::operator=(const CXelStringT& source) noexcept
 {
     Data* const data = source.GetData();
     if (data == GetData())
@@ -384,6 +384,11 @@ template <class T> CXelStringT<T>& CXelStringT<T>::operator=(const unsigned char
 template <class T> CXelStringT<T>& CXelStringT<T>::operator=(const CString& text)
 {
     return *this = static_cast<const wchar_t*>(text);
+}
+
+template <class T> CXelStringT<T>& CXelStringT<T>::operator=(std::nullptr_t)
+{
+    return *this = static_cast<const T*>(nullptr);
 }
 
 namespace detail {
@@ -432,6 +437,11 @@ template <class T> CXelStringT<T>& CXelStringT<T>::operator+=(const T* text)
 {
     ConcatInPlace(SafeStrlen(text), text);
     return *this;
+}
+
+template <class T> CXelStringT<T>& CXelStringT<T>::operator+=(const CString& text)
+{
+    return *this += CXelStringT(text);
 }
 
 template <class T> CXelStringT<T>& CXelStringT<T>::operator+=(char ch)

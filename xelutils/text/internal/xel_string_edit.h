@@ -245,26 +245,35 @@ public:
         : m_position(text), m_end(end), m_wanted(wanted),
           m_wantedLength(static_cast<std::size_t>(wantedLength))
     {
+        FindPieceEnd();
     }
     // Null when there are no more.
     const T* Next()
     {
-        while (m_position < m_end) {
-            const auto left = static_cast<std::size_t>(m_end - m_position);
-            const std::size_t found = scan::FindText(m_position, left, m_wanted, m_wantedLength);
+        for (;;) {
+            const auto left = static_cast<std::size_t>(m_pieceEnd - m_position);
+            const std::size_t found = scan::FindSpan(m_position, left, m_wanted, m_wantedLength);
             if (found != scan::kNone) {
                 const T* const occurrence = m_position + found;
                 m_position = occurrence + m_wantedLength;
                 return occurrence;
             }
-            const std::size_t zero = scan::FindUnit(m_position, left, T{});
-            m_position = zero == scan::kNone ? m_end : m_position + zero + 1;
+            if (m_pieceEnd == m_end)
+                return nullptr;
+            m_position = m_pieceEnd + 1;
+            FindPieceEnd();
         }
-        return nullptr;
     }
 
 private:
+    void FindPieceEnd()
+    {
+        const auto left = static_cast<std::size_t>(m_end - m_position);
+        m_pieceEnd = m_position + std::min(scan::FindUnit(m_position, left, T{}), left);
+    }
+
     const T* m_position;
+    const T* m_pieceEnd;
     const T* m_end;
     const T* m_wanted;
     std::size_t m_wantedLength;
@@ -280,27 +289,32 @@ template <class T> int CXelStringT<T>::Replace(const T* oldText, const T* newTex
     const int newLength = SafeStrlen(newText);
 
     int count = 0;
+    Places places;
     detail::Occurrences<T> occurrences(m_chars, end(), oldText, oldLength);
-    while (occurrences.Next())
+    while (const T* const occurrence = occurrences.Next()) {
+        if (count < kRememberedPlaces)
+            places[count] = static_cast<int>(occurrence - m_chars);
         ++count;
+    }
     if (count == 0)
         return 0;
     if (Holds(oldText) || (newText && Holds(newText))) {
         const CXelStringT oldCopy(oldText, oldLength);
         const CXelStringT newCopy(newText, newLength);
-        ReplaceSpans(oldCopy, oldLength, newCopy, newLength, count);
+        ReplaceSpans(oldCopy, oldLength, newCopy, newLength, count, places);
     } else {
-        ReplaceSpans(oldText, oldLength, newText, newLength, count);
+        ReplaceSpans(oldText, oldLength, newText, newLength, count, places);
     }
     return count;
 }
 
+// `places` are those of the first occurrences; further ones are searched again.
 // One pass from the left over the old text, which stands in the old block or, when the block is
 // kept, at the end of the room that the new text takes: what is written never reaches what is
 // still to be read.
 template <class T>
 void CXelStringT<T>::ReplaceSpans(const T* oldText, int oldLength, const T* newText, int newLength,
-                                  int count)
+                                  int count, const Places& places)
 {
     const int length = UsedLength();
     const int result =
@@ -318,11 +332,15 @@ void CXelStringT<T>::ReplaceSpans(const T* oldText, int oldLength, const T* newT
         source = moved;
     }
 
+    const T* const sourceStart = source;
     const T* const sourceEnd = source + length;
     T* target = m_chars;
-    detail::Occurrences<T> occurrences(source, sourceEnd, oldText, oldLength);
+    const T* const unremembered =
+        count > kRememberedPlaces ? source + places[kRememberedPlaces - 1] + oldLength : sourceEnd;
+    detail::Occurrences<T> furtherOnes(unremembered, sourceEnd, oldText, oldLength);
     for (int i = 0; i < count; ++i) {
-        const T* const occurrence = occurrences.Next();
+        const T* const occurrence =
+            i < kRememberedPlaces ? sourceStart + places[i] : furtherOnes.Next();
         const auto between = static_cast<int>(occurrence - source);
         detail::MoveUnits(target, source, between);
         target += between;
@@ -431,13 +449,11 @@ template <class T> int CXelStringT<T>::Find(T ch, int start) const
     start = std::max(start, 0);
     if (start >= length)
         return -1;
+    // The text goes no further than its first zero; the terminator is found when it is asked for.
     const T* const text = m_chars + start;
-    // The terminator is found when it is asked for.
-    const auto searched = static_cast<std::size_t>(length - start) + (ch == 0 ? 1 : 0);
-    const std::size_t found = scan::FindUnit(text, searched, ch);
-    if (ch != 0 && found != scan::kNone && scan::FindUnit(text, found, T{}) != scan::kNone)
-        return -1;
-    return detail::ToIndex(found, start);
+    const auto searched = static_cast<std::size_t>(length - start);
+    const std::size_t found = scan::FindEither(text, searched, ch, T{});
+    return text[found] == ch ? static_cast<int>(found) + start : -1;
 }
 
 template <class T> int CXelStringT<T>::ReverseFind(T ch) const
