@@ -53,7 +53,11 @@ inline void* Heap::AllocateSmall(word size)
 void* Heap::AllocateFromTree(word size)
 {
     word rest = kNoSize;
-    TreeChunk* const chunk = BestIn(treeBins[LowestBin(treeMap)], size, nullptr, rest);
+    TreeChunk* chunk = FindIndexed(kMinLargeSize);
+    if (chunk)
+        rest = chunk->Size() - size;
+    else
+        chunk = BestIn(treeBins[LowestBin(treeMap)], size, nullptr, rest);
     UnlinkLarge(chunk);
     if (rest < kMinChunkSize) {
         chunk->SetInUseAndTellNext(size + rest);
@@ -94,37 +98,21 @@ void* Heap::AllocateLarge(word size)
 
 // ---- Free ----------------------------------------------------------------------------------
 
-namespace {
-
-bool CanBeBlock(const void* block)
-{
-    const auto address = reinterpret_cast<std::uintptr_t>(block);
-    return address != 0 && address % kAlignment == 0 && address <= 0xFFFFFFFF;
-}
-
-// Mappings start at multiples of this, and so do the chunks that are mapped by themselves: a
-// block of one that was freed before lies in no memory any more. Asking costs something, but few
-// chunks lie at such an address.
-constexpr std::uintptr_t kReservationStep = 0x10000;
-
-} // namespace
-
 // Cheap signs that `chunk` is no chunk in use of this heap. They cannot find everything.
 inline bool Heap::IsOwnChunkInUse(Chunk* chunk) const
 {
-    if (!leastAddress || !IsAtOrAboveLeast(chunk))
-        return false;
-    if (reinterpret_cast<std::uintptr_t>(chunk) % kReservationStep == 0 && !IsCommitted(chunk))
-        return false;
-    if (!chunk->InUse() || chunk->Size() < kMinChunkSize || chunk->Size() > footprint)
+    if (reinterpret_cast<std::uintptr_t>(chunk) % kAlignment != 0 || !IsAtOrAboveLeast(chunk) ||
+        !Owns(chunk) || !chunk->InUse() || chunk->Size() < kMinChunkSize)
         return false;
     Chunk* const next = chunk->Next();
+    if (!Owns(next))
+        return false;
     return next > chunk && (chunk->IsMapped() || next->PrevInUse());
 }
 
 inline void Heap::FreeInline(void* block)
 {
-    if (!CanBeBlock(block))
+    if (!block)
         return;
     HeapLock lock(*this);
     Chunk* const chunk = ChunkOf(block);
@@ -196,8 +184,8 @@ void Heap::FreeMapped(Chunk* chunk)
 {
     const word offset = chunk->prevFoot & ~kMappedBit;
     const word size = offset + chunk->Size() + kMinChunkSize;
-    if (ReleaseMapping(chunk->Before(offset), size))
-        footprint -= size;
+    // When the system refuses, the block stays the heap's, and lost.
+    GiveBack(chunk->Before(offset), size);
 }
 
 void* Heap::Allocate(word request)
@@ -245,7 +233,7 @@ void* Heap::Reallocate(void* block, word request)
 {
     if (!block)
         return Allocate(request);
-    if (request >= kRequestLimit || !CanBeBlock(block))
+    if (request >= kRequestLimit)
         return nullptr;
 
     void* excess = nullptr;
@@ -317,7 +305,10 @@ void dlmalloc_stats2(std::uint32_t* maxSystemBytes, std::uint32_t* systemBytes,
 {
     EnsureInitialised();
     const HeapStatistics statistics = g_heap.Statistics();
-    *maxSystemBytes = statistics.maxSystemBytes;
-    *systemBytes = statistics.systemBytes;
-    *inUseBytes = statistics.inUseBytes;
+    if (maxSystemBytes)
+        *maxSystemBytes = statistics.maxSystemBytes;
+    if (systemBytes)
+        *systemBytes = statistics.systemBytes;
+    if (inUseBytes)
+        *inUseBytes = statistics.inUseBytes;
 }

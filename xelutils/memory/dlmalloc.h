@@ -24,11 +24,13 @@ XELUTILS_API void* dlcalloc(std::uint32_t count, std::uint32_t size);
 
 // The block resized, its content kept up to the smaller size; it may have moved. Null leaves the
 // block as it was (out of memory, or no block of this heap). dlrealloc(null, n) is dlmalloc(n).
-// A size of 0 does not free: callers rely on getting the block itself back.
+// A size of 0 does not free: callers rely on getting the block itself back (a large one with a
+// mapping of its own moves).
 XELUTILS_API void* dlrealloc(void* block, std::uint32_t size);
 
 // Bytes: the most ever obtained from the system, those obtained now, and those in use with their
-// overhead. All three are 0 before the first allocation.
+// overhead. All three are 0 until the first block that has no mapping of its own. Pointers may be
+// null.
 XELUTILS_API void dlmalloc_stats2(std::uint32_t* maxSystemBytes, std::uint32_t* systemBytes,
                                   std::uint32_t* inUseBytes);
 }

@@ -69,6 +69,10 @@ struct HeapStatistics {
 struct Heap {
     static constexpr word kSmallBins = 32;
     static constexpr word kTreeBins = 32;
+    // From kMinLargeSize on, in steps of the alignment: up to 2296.
+    static constexpr word kIndexedSizes = 256;
+    static constexpr word kUnits = 0x10000;
+    static constexpr word kUnitShift = 16;
 
     // Bit i: bin i is not empty.
     word smallMap = 0;
@@ -88,6 +92,14 @@ struct Heap {
     // The first chunk of each list; bin i holds chunks of exactly 8 * i bytes.
     heap_ptr<Chunk> smallBins[kSmallBins] = {};
     heap_ptr<TreeChunk> treeBins[kTreeBins] = {};
+    // The tree nodes of the sizes that programs use most, each directly under its size, with a bit
+    // for those that exist: what a walk down a trie would find, found without touching the chunks
+    // on the way.
+    heap_ptr<TreeChunk> nodeOfSize[kIndexedSizes] = {};
+    std::uint64_t nodeMap[kIndexedSizes / 64] = {};
+    // One bit for each 64 KiB of the 4 GiB below which the heap lies: memory obtained and not given
+    // back. Tells a block that was freed with its segment before anything of it is read.
+    std::uint32_t ownedUnits[kUnits / 32] = {};
     // Bytes obtained from the system, now and at most.
     word footprint = 0;
     word maxFootprint = 0;
@@ -120,6 +132,12 @@ struct Heap {
     // as a block in use.
     Chunk* ResizeInPlace(Chunk* chunk, word size, void*& excess);
     bool IsOwnChunkInUse(Chunk* chunk) const;
+    // False too for addresses beyond 4 GiB.
+    bool Owns(const void* address) const
+    {
+        const auto unit = reinterpret_cast<std::uintptr_t>(address) >> kUnitShift;
+        return unit < kUnits && ((ownedUnits[unit / 32] >> (unit % 32)) & 1) != 0;
+    }
     bool IsAtOrAboveLeast(const void* address) const { return address >= leastAddress; }
 
     // ---- Bins ----
@@ -130,12 +148,16 @@ struct Heap {
     void UnlinkSmall(Chunk* chunk, word size);
     void InsertLarge(TreeChunk* chunk, word size);
     void UnlinkLarge(TreeChunk* chunk);
+    void InsertIntoRing(TreeChunk* node, TreeChunk* chunk);
     Chunk* TakeFirstSmall(word bin);
     void ReplaceVictim(Chunk* chunk, word size);
     // The smallest chunk of the subtree of `node` with at least `size` bytes, if its rest beats
     // `rest`.
     static TreeChunk* BestIn(TreeChunk* node, word size, TreeChunk* best, word& rest);
     TreeChunk* FindBestFit(word size, word& rest);
+    // The node of the smallest indexed size from `size` on; null when there is none.
+    TreeChunk* FindIndexed(word size) const;
+    void SetNodeOfSize(word size, TreeChunk* node);
 
     // ---- System memory ----
 
@@ -147,6 +169,9 @@ struct Heap {
     bool HasRecordInside(const Segment& outer) const;
     void SetTop(Chunk* chunk, word size);
     void NoteObtained(Chunk* base, word size);
+    // Gives memory back; false when the system refuses, and it is still the heap's.
+    bool GiveBack(Chunk* base, word size);
+    void MarkOwned(Chunk* base, word size, bool owned);
     // True when anything was given back.
     bool Trim(word pad);
     word TrimTop(word pad);
@@ -205,9 +230,6 @@ bool ReleaseMapping(void* address, word size);
 
 // `size` bytes of committed memory, or null; `topDown` as far up as possible.
 Chunk* ObtainMapping(word size, bool topDown);
-
-// Whether the page of `address` is in memory obtained from the system.
-bool IsCommitted(const void* address);
 
 // Three lines about the process's heap on the standard error stream; a diagnostic of our own.
 void PrintStatistics();

@@ -65,6 +65,13 @@ public:
                 return fault;
         }
         XEL_HEAP_REQUIRE(m_binned == m_census.freeChunks, "free chunk in no bin or in two");
+        for (word i = 0; i < Heap::kIndexedSizes; ++i) {
+            TreeChunk* const node = m_heap.nodeOfSize[i];
+            XEL_HEAP_REQUIRE(((m_heap.nodeMap[i / 64] >> (i % 64)) & 1) == (node != nullptr),
+                             "map of sizes differs from the index");
+            m_indexed -= node != nullptr;
+        }
+        XEL_HEAP_REQUIRE(m_indexed == 0, "size without node in the index");
         return nullptr;
     }
 
@@ -131,6 +138,11 @@ private:
         XEL_HEAP_REQUIRE(depth == 0 || (key >> (32 - depth)) == prefix, "large chunk off its path");
         XEL_HEAP_REQUIRE(IsBinned(node), "tree holds a used chunk, victim or top");
         ++m_binned;
+        const word index = (size - kMinLargeSize) / kAlignment;
+        if (index < Heap::kIndexedSizes) {
+            XEL_HEAP_REQUIRE(m_heap.nodeOfSize[index] == node, "node not under its size");
+            ++m_indexed;
+        }
         for (TreeChunk* other = node->RingNext(); other != node; other = other->RingNext()) {
             XEL_HEAP_REQUIRE(other->Size() == size, "ring of different sizes");
             XEL_HEAP_REQUIRE(!other->parent, "ring member with a parent");
@@ -152,6 +164,7 @@ private:
     Heap& m_heap;
     HeapCensus& m_census;
     word m_binned = 0;
+    word m_indexed = 0;
 };
 
 } // namespace

@@ -20,7 +20,8 @@ constinit LONG g_initialisationLock = 0;
 // when it does not fit.
 word MappingSizeAbove(word size, word extra)
 {
-    return (size + extra + kGranularity) & ~(kGranularity - 1);
+    const word granularity = g_parameters.granularity;
+    return (size + extra + granularity) & ~(granularity - 1);
 }
 
 } // namespace
@@ -89,17 +90,11 @@ bool ReleaseMapping(void* address, word size)
     return true;
 }
 
-bool IsCommitted(const void* address)
-{
-    MEMORY_BASIC_INFORMATION info;
-    return VirtualQuery(address, &info, sizeof info) != 0 && info.State == MEM_COMMIT;
-}
-
 // ---- Growing -------------------------------------------------------------------------------
 
 void* Heap::AllocateFromSystem(word size)
 {
-    if ((flags & kUseDirectMapping) && size >= kMmapThreshold) {
+    if ((flags & kUseDirectMapping) && size >= g_parameters.mmapThreshold) {
         if (void* const block = MapDirectly(size))
             return block;
     }
@@ -114,7 +109,7 @@ void* Heap::AllocateFromSystem(word size)
 
     if (!top) {
         segment = {base, segmentSize, nullptr, Segment::kMapped};
-        magic = kMagic;
+        magic = g_parameters.magic;
         SetTop(base, segmentSize - kTopFoot);
         return CarveFromTop(size);
     }
@@ -160,9 +155,29 @@ void Heap::NoteObtained(Chunk* base, word size)
 {
     if (!leastAddress || base < leastAddress)
         leastAddress = base;
+    MarkOwned(base, size, true);
     footprint += size;
     if (footprint > maxFootprint)
         maxFootprint = footprint;
+}
+
+bool Heap::GiveBack(Chunk* base, word size)
+{
+    if (!ReleaseMapping(base, size))
+        return false;
+    MarkOwned(base, size, false);
+    footprint -= size;
+    return true;
+}
+
+void Heap::MarkOwned(Chunk* base, word size, bool owned)
+{
+    const auto first = reinterpret_cast<std::uintptr_t>(base) >> kUnitShift;
+    for (std::uintptr_t unit = first; unit < first + (size >> kUnitShift); ++unit) {
+        const std::uint32_t bit = std::uint32_t{1} << (unit % 32);
+        std::uint32_t& bits = ownedUnits[unit / 32];
+        bits = owned ? bits | bit : bits & ~bit;
+    }
 }
 
 void Heap::SetTop(Chunk* chunk, word size)
@@ -171,7 +186,7 @@ void Heap::SetTop(Chunk* chunk, word size)
     topSize = size;
     chunk->head = size | kPrevInUse;
     chunk->At(size)->head = kTopFoot;
-    trimCheck = kTrimThreshold;
+    trimCheck = g_parameters.trimThreshold;
 }
 
 // The new memory lies directly in front of a segment, whose first chunk was at `oldBase`.
@@ -272,15 +287,15 @@ word Heap::TrimTop(word pad)
     pad += kTopFoot;
     if (topSize <= pad)
         return 0;
-    const word extra = ((topSize - pad + kGranularity - 1) / kGranularity - 1) * kGranularity;
+    const word granularity = g_parameters.granularity;
+    const word extra = ((topSize - pad + granularity - 1) / granularity - 1) * granularity;
     Segment* const holder = FindSegmentHolding(top);
     if (extra == 0 || !holder || !holder->IsReleasable() || holder->size < extra ||
         HasRecordInside(*holder))
         return 0;
-    if (!ReleaseMapping(holder->base->At(holder->size - extra), extra))
+    if (!GiveBack(holder->base->At(holder->size - extra), extra))
         return 0;
     holder->size -= extra;
-    footprint -= extra;
     SetTop(top, topSize - extra);
     return extra;
 }
@@ -304,9 +319,8 @@ word Heap::ReleaseUnusedSegments()
             } else {
                 UnlinkChunk(chunk, chunkSize);
             }
-            if (ReleaseMapping(base, size)) {
+            if (GiveBack(base, size)) {
                 released += size;
-                footprint -= size;
                 // The record itself is gone with its segment.
                 previous->next = next;
                 record = next;

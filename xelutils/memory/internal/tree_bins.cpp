@@ -5,6 +5,53 @@
 
 namespace xel_heap {
 
+namespace {
+
+word SizeIndex(word size)
+{
+    return (size - kMinLargeSize) / kAlignment;
+}
+
+} // namespace
+
+void Heap::SetNodeOfSize(word size, TreeChunk* node)
+{
+    const word index = SizeIndex(size);
+    if (index >= kIndexedSizes)
+        return;
+    const std::uint64_t bit = std::uint64_t{1} << (index % 64);
+    std::uint64_t& bits = nodeMap[index / 64];
+    nodeOfSize[index] = node;
+    bits = node ? bits | bit : bits & ~bit;
+}
+
+TreeChunk* Heap::FindIndexed(word size) const
+{
+    const word index = SizeIndex(size);
+    if (index >= kIndexedSizes)
+        return nullptr;
+    std::uint64_t bits = nodeMap[index / 64] & (~std::uint64_t{0} << (index % 64));
+    for (word part = index / 64;; bits = nodeMap[part]) {
+        if (bits)
+            return nodeOfSize[part * 64 + static_cast<word>(std::countr_zero(bits))];
+        if (++part == kIndexedSizes / 64)
+            return nullptr;
+    }
+}
+
+// Hangs `chunk` on the ring of a node of its size.
+void Heap::InsertIntoRing(TreeChunk* node, TreeChunk* chunk)
+{
+    Chunk* const forward = node->fd;
+    if (!IsAtOrAboveLeast(forward))
+        return;
+    node->fd = chunk;
+    forward->bk = chunk;
+    chunk->fd = forward;
+    chunk->bk = node;
+    chunk->parent = nullptr;
+}
+
 void Heap::InsertLarge(TreeChunk* chunk, word size)
 {
     const word bin = TreeBinOf(size);
@@ -14,6 +61,13 @@ void Heap::InsertLarge(TreeChunk* chunk, word size)
     chunk->fd = chunk;
     chunk->bk = chunk;
 
+    if (SizeIndex(size) < kIndexedSizes) {
+        if (TreeChunk* const node = nodeOfSize[SizeIndex(size)]) {
+            InsertIntoRing(node, chunk);
+            return;
+        }
+        SetNodeOfSize(size, chunk);
+    }
     if (!(treeMap & BitOf(bin))) {
         treeMap |= BitOf(bin);
         treeBins[bin] = chunk;
@@ -25,14 +79,7 @@ void Heap::InsertLarge(TreeChunk* chunk, word size)
         if (!IsAtOrAboveLeast(node))
             return;
         if (node->Size() == size) {
-            Chunk* const forward = node->fd;
-            if (!IsAtOrAboveLeast(forward))
-                return;
-            node->fd = chunk;
-            forward->bk = chunk;
-            chunk->fd = forward;
-            chunk->bk = node;
-            chunk->parent = nullptr;
+            InsertIntoRing(node, chunk);
             return;
         }
         heap_ptr<TreeChunk>& child = node->child[key >> 31];
@@ -85,6 +132,7 @@ void Heap::UnlinkLarge(TreeChunk* chunk)
     }
     if (!parent)
         return;
+    SetNodeOfSize(chunk->Size(), heir && heir->Size() == chunk->Size() ? heir : nullptr);
 
     const word bin = chunk->index / 8;
     if (chunk == treeBins[bin]) {
@@ -123,6 +171,10 @@ TreeChunk* Heap::BestIn(TreeChunk* node, word size, TreeChunk* best, word& rest)
 // what it has over. Null when there is none.
 TreeChunk* Heap::FindBestFit(word size, word& rest)
 {
+    if (TreeChunk* const node = FindIndexed(size)) {
+        rest = node->Size() - size;
+        return node;
+    }
     const word bin = TreeBinOf(size);
     TreeChunk* best = nullptr;
     // The largest value for which a smaller chunk's wrapped-around rest never counts as a fit.
