@@ -66,6 +66,7 @@ TEST(SettingsReader, ZerosInsideALine)
     ASSERT_EQ(wide.size(), 2u);
     EXPECT_EQ(wide[0].GetLength(), 3) << "kept";
     EXPECT_EQ(wide[1], L"c");
+    EXPECT_EQ(WideLines(Utf16Bytes("a\0\nb"s))[0].GetLength(), 2) << "before a break, too";
     EXPECT_EQ(NarrowLines("a\0b\nc"s), (std::vector<String>{L"a", L"c"})) << "cut by conversion";
 }
 
@@ -73,6 +74,17 @@ TEST(SettingsReader, HalfACharacterAtTheEndIsDropped)
 {
     EXPECT_EQ(WideLines(Utf16Bytes("k=v") + "x"), std::vector<String>{L"k=v"});
     EXPECT_EQ(WideLines("x"), std::vector<String>{});
+}
+
+TEST(SettingsReader, LongLinesAreCutAtTheLimit)
+{
+    for (const std::uint32_t over : {0u, 1u}) {
+        const std::string text(CSettingsReader::kLongestLine + over, 'x');
+        CSettingsReaderNarrow reader(text.data(), static_cast<std::uint32_t>(text.size()));
+        EXPECT_EQ(reader.readLine().GetLength(), static_cast<int>(CSettingsReader::kLongestLine));
+        EXPECT_EQ(reader.hasCutLine(), over != 0);
+        EXPECT_TRUE(reader.isEnd());
+    }
 }
 
 TEST(SettingsReader, NullIsAnEnd)
@@ -160,6 +172,12 @@ TEST(SettingsWriter, FailuresAreFalseAndLeaveItUsable)
     EXPECT_FALSE(writer.writeLine(L"x"));
     EXPECT_TRUE(writer.open(folder.Path("f")));
     EXPECT_TRUE(writer.write(L"x"));
+
+    CSettingsWriterWide closed;
+    closed.gatherWrites();
+    EXPECT_TRUE(closed.write(L"x")) << "gathered";
+    EXPECT_FALSE(closed.flush());
+    EXPECT_FALSE(closed.write(L"x")) << "and what follows fails too";
 }
 
 } // namespace

@@ -29,6 +29,20 @@ TEST(Store, OrdersByUnsignedCodeUnitsOverTheWholeLength)
     EXPECT_EQ(keys[3].GetLength(), 3) << "the key with a zero inside is one of its own";
 }
 
+// Texts that differ at one place only, wherever it is.
+TEST(Store, KeysThatDifferAnywhereAreDifferent)
+{
+    CThreeTupleStore store;
+    const String base(L'k', 20);
+    for (int place = 0; place < 20; ++place) {
+        String key = base;
+        key.SetAt(place, L'x');
+        store.setValue(L"s", key, L"v");
+        store.setValue(L"s", base.Left(place), L"v");
+    }
+    EXPECT_EQ(store.valueCount(L"s"), 40u);
+}
+
 TEST(Store, SetsReplacesAndRemoves)
 {
     CThreeTupleStore store;

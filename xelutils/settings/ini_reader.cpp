@@ -7,7 +7,6 @@
 namespace xel_settings {
 
 using mandatory_error::XelErrorCode;
-using xel_text_traits::xel_text_utils::detect_text_encoding;
 using String = xel_text::CXelStringT<wchar_t>;
 
 namespace {
@@ -182,7 +181,9 @@ XelErrorCode<bool> readSettingsAsIni(const wchar_t* fileName, CThreeTupleStore& 
     store.clear();
     CIniParser parser(store);
     for (unsigned long ordinal = 1; !input.reader().isEnd(); ++ordinal) {
-        diagnosis.fault = parser.takeLine(input.reader().readLine());
+        const String line = input.reader().readLine();
+        diagnosis.fault =
+            input.reader().hasCutLine() ? ESettingsFault::lineTooLong : parser.takeLine(line);
         if (diagnosis.fault != ESettingsFault::none) {
             diagnosis.line = input.lineNumber(ordinal);
             return false;

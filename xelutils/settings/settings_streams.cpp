@@ -55,6 +55,14 @@ void CMappedFile::abandon()
 
 CSettingsReader::~CSettingsReader() = default;
 
+std::size_t CSettingsReader::lengthToTake(std::size_t length)
+{
+    if (length <= kLongestLine)
+        return length;
+    cutLine = true;
+    return kLongestLine;
+}
+
 namespace {
 
 template <class Unit> bool IsLineBreak(Unit unit)
@@ -94,7 +102,7 @@ CSettingsReader::String CSettingsReaderWide::readLine()
         while (pos[textLength - 1] == 0)
             --textLength;
     }
-    String line(pos, static_cast<int>(textLength));
+    String line(pos, static_cast<int>(lengthToTake(textLength)));
     pos += length;
     remaining -= static_cast<std::uint32_t>(length);
     skipLineBreaks();
@@ -125,7 +133,8 @@ CSettingsReader::String CSettingsReaderNarrow::readLine()
         return String();
     const auto* const bytes = reinterpret_cast<const char*>(pos);
     const std::size_t length = scan::FindEither(bytes, remaining, '\r', '\n');
-    std::copy_n(bytes, length, lineBytes.GetBufferSetLength(static_cast<int>(length)));
+    const std::size_t taken = lengthToTake(length);
+    std::copy_n(bytes, taken, lineBytes.GetBufferSetLength(static_cast<int>(taken)));
     String line;
     line = lineBytes.GetString();
     pos += length;
@@ -156,7 +165,11 @@ bool CSettingsWriter::writeBytes(const void* bytes, std::size_t size)
 
 void CSettingsWriter::gatherWrites()
 {
-    file.GatherWrites();
+    try {
+        file.GatherWrites();
+    } catch (...) {
+        // Without memory for gathering every piece is written by itself.
+    }
 }
 
 bool CSettingsWriter::flush()
@@ -177,14 +190,14 @@ bool CSettingsWriterWide::open(const wchar_t* fileName)
 bool CSettingsWriterWide::write(const String& text)
 {
     lineBuffer = text;
-    return writeBytes(lineBuffer, static_cast<std::size_t>(lineBuffer.GetLength()) * 2);
+    return writeText(lineBuffer);
 }
 
 bool CSettingsWriterWide::writeLine(const String& text)
 {
     lineBuffer = text;
     lineBuffer += lineTerminator;
-    return writeBytes(lineBuffer, static_cast<std::size_t>(lineBuffer.GetLength()) * 2);
+    return writeText(lineBuffer);
 }
 
 bool CSettingsWriterNarrow::open(const wchar_t* fileName)
@@ -195,14 +208,14 @@ bool CSettingsWriterNarrow::open(const wchar_t* fileName)
 bool CSettingsWriterNarrow::write(const String& text)
 {
     lineBuffer = text.GetString();
-    return writeBytes(lineBuffer, static_cast<std::size_t>(lineBuffer.GetLength()));
+    return writeText(lineBuffer);
 }
 
 bool CSettingsWriterNarrow::writeLine(const String& text)
 {
     lineBuffer = text.GetString();
     lineBuffer += lineTerminator;
-    return writeBytes(lineBuffer, static_cast<std::size_t>(lineBuffer.GetLength()));
+    return writeText(lineBuffer);
 }
 
 } // namespace xel_settings

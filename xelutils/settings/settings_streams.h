@@ -44,10 +44,23 @@ public:
 
     virtual bool isEnd() const = 0;
 
-    // The next line; empty only at the end.
+    // The next line; empty only at the end. Of a line of more than kLongestLine units (characters
+    // or bytes) that many are returned and the rest is passed over.
     virtual String readLine() = 0;
 
     virtual ~CSettingsReader();
+
+    static constexpr std::uint32_t kLongestLine = 0x4000000;
+
+    // Whether a line came out short so far.
+    bool hasCutLine() const { return cutLine; }
+
+protected:
+    // The number of units of a line of `length` that are returned.
+    std::size_t lengthToTake(std::size_t length);
+
+private:
+    bool cutLine = false;
 };
 
 // Reads `size` bytes of UTF-16LE at `start`, which must be aligned to 2; half a character at the
@@ -115,6 +128,11 @@ public:
 protected:
     CSettingsWriter() = default;
     bool openFile(const wchar_t* fileName);
+    template <class T> bool writeText(const xel_text::CXelStringT<T>& text)
+    {
+        return writeBytes(text.begin(),
+                          static_cast<std::size_t>(text.end() - text.begin()) * sizeof(T));
+    }
     bool writeBytes(const void* bytes, std::size_t size);
 
     CFile file;

@@ -23,6 +23,8 @@
 
 namespace xel_settings {
 
+using xel_text_traits::xel_text_utils::detect_bom_header;
+using xel_text_traits::xel_text_utils::detect_text_encoding;
 using xel_text_traits::xel_text_utils::EXelTextByteOrderMaskEncoding;
 using xel_text_traits::xel_text_utils::EXelTextEncoding;
 using enum xel_text_traits::xel_text_utils::EXelTextByteOrderMaskEncoding;
@@ -106,6 +108,8 @@ enum class ESettingsFault {
     entryWithoutEquals,
     // A line starts with a character that starts none of the forms.
     invalidFirstCharacter,
+    // A line is longer than a device could hold: CSettingsReader::kLongestLine, 64 million.
+    lineTooLong,
 };
 
 struct CSettingsDiagnosis {
