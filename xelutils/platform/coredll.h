@@ -146,8 +146,8 @@ struct MEMORY_BASIC_INFORMATION {
 
 // Either reserves `size` bytes (MEM_RESERVE, PAGE_NOACCESS, with or without MEM_TOP_DOWN; a null
 // address) or commits exactly one whole reservation (MEM_COMMIT, PAGE_READWRITE). A reservation
-// lies below 4 GiB, at a multiple of 64 KiB, the lowest or with MEM_TOP_DOWN the highest place
-// that is free. Null when there is none.
+// lies below 4 GiB, at a multiple of 64 KiB, in the lowest or with MEM_TOP_DOWN the highest gap
+// between reservations that takes it. Null when there is none.
 void* VirtualAlloc(void* address, SIZE_T size, DWORD type, DWORD protect);
 
 // Describes the pages from `address` (rounded down to a page) to the end of its reservation.
@@ -245,9 +245,10 @@ inline LONG InterlockedCompareExchange(volatile LONG* word, LONG value, LONG com
 
 constexpr UINT CP_ACP = 0;
 
-// Code page 0 is windows-1252 unless the environment's XEL_ACP named another when it was first
-// asked for: 874, 932, 936, 949, 950, 1250 to 1258. Others fail with ERROR_INVALID_PARAMETER, as
-// do flags other than 0 (ERROR_INVALID_FLAGS).
+// Pages are 874, 932, 936, 949, 950, 1250 to 1258, and 0 for the system's, which is windows-1252
+// unless the environment's XEL_ACP named another of these when it was first asked for. Others fail
+// with ERROR_INVALID_PARAMETER, flags other than 0 with ERROR_INVALID_FLAGS. Bytes that a page
+// leaves open are control characters or private units, both ways.
 //
 // A source length of -1 takes the text with its terminator. A target size of 0 asks for the size
 // needed. The result is the number of units stored, 0 on failure. A target that is too small

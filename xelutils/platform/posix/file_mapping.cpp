@@ -19,6 +19,9 @@ namespace {
 // may be half of one.
 constexpr std::uint64_t kZerosBehindFile = 4;
 
+// The device has addresses of 32 bits, and so have the sizes above.
+constexpr std::uint64_t kLargestView = 0xFFFFFFFF - kZerosBehindFile;
+
 struct View {
     void* start;
     std::size_t length;
@@ -100,7 +103,7 @@ void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offset
         Fail(ERROR_INVALID_HANDLE);
         return nullptr;
     }
-    if (target.size > SIZE_MAX / 2) {
+    if (target.size > kLargestView) {
         Fail(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }

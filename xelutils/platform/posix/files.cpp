@@ -13,6 +13,8 @@
 #include "xelutils/platform/posix/errors.h"
 #include "xelutils/platform/posix/path_lookup.h"
 
+static_assert(sizeof(off_t) == 8, "files may be large: compile with -D_FILE_OFFSET_BITS=64");
+
 namespace {
 
 // Read and write for all, less what the process's mask takes away.

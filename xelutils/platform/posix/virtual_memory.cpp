@@ -74,21 +74,25 @@ Address RoundDown(Address value, Address unit)
     return value / unit * unit;
 }
 
-// Where the range ends. The main thread's stack lies inside it only in 32-bit processes; a
-// reservation close below it would stop it from growing.
-Address RangeEnd()
+// Whether the main thread's stack has a part of [base, base + size) or may grow into it. It is
+// below 4 GiB only in 32-bit processes. The kernel stores the program's name at its very end.
+bool MeetsStack(Address base, Address size)
 {
     if constexpr (sizeof(void*) > 4)
-        return kEnd;
-    const Address stack = getauxval(AT_EXECFN);
-    if (stack < kLowest + kStackRoom)
-        return kEnd;
-    return RoundDown(std::min(kEnd, stack - kStackRoom), kGranularity);
+        return false;
+    const Address stackEnd = getauxval(AT_EXECFN);
+    return base < stackEnd && base + size + kStackRoom > stackEnd;
 }
 
 void* Pointer(Address address)
 {
     return reinterpret_cast<void*>(static_cast<std::uintptr_t>(address));
+}
+
+// Sizes never exceed that of the range, which every host's words hold.
+std::size_t Bytes(Address size)
+{
+    return static_cast<std::size_t>(size);
 }
 
 Address AddressOf(const void* pointer)
@@ -99,14 +103,16 @@ Address AddressOf(const void* pointer)
 // Takes [base, base + size) if nothing is there.
 bool Occupy(Address base, Address size)
 {
+    if (MeetsStack(base, size))
+        return false;
     constexpr int kFlags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE;
-    void* const place = mmap(Pointer(base), size, PROT_NONE, kFlags, -1, 0);
+    void* const place = mmap(Pointer(base), Bytes(size), PROT_NONE, kFlags, -1, 0);
     if (place == MAP_FAILED)
         return false;
     if (place == Pointer(base))
         return true;
     // A kernel that does not know the flag takes the address for a wish.
-    munmap(place, size);
+    munmap(place, Bytes(size));
     return false;
 }
 
@@ -172,7 +178,7 @@ void* Reserve(Address size, bool topDown)
     if (base == 0) {
         // Also the first call: the bounds are still unset.
         table.lowest = kLowest;
-        table.end = RangeEnd();
+        table.end = kEnd;
         base = occupy(table, size, index);
     }
     if (base == 0)
@@ -207,7 +213,7 @@ void* Commit(void* address, Address size)
         Fail(ERROR_INVALID_ADDRESS);
         return nullptr;
     }
-    if (mprotect(address, size, PROT_READ | PROT_WRITE) != 0) {
+    if (mprotect(address, Bytes(size), PROT_READ | PROT_WRITE) != 0) {
         Fail(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
@@ -247,7 +253,7 @@ SIZE_T VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* info, SIZE_T 
     info->BaseAddress = Pointer(page);
     info->AllocationBase = Pointer(entry->base);
     info->AllocationProtect = PAGE_NOACCESS;
-    info->RegionSize = static_cast<SIZE_T>(entry->End() - page);
+    info->RegionSize = Bytes(entry->End() - page);
     info->State = entry->committed ? MEM_COMMIT : MEM_RESERVE;
     info->Protect = entry->committed ? PAGE_READWRITE : 0;
     info->Type = MEM_PRIVATE;
@@ -263,7 +269,7 @@ BOOL VirtualFree(void* address, SIZE_T size, DWORD type)
     Reservation* const entry = Find(table, AddressOf(address));
     if (entry == nullptr || entry->base != AddressOf(address))
         return Fail(ERROR_INVALID_ADDRESS);
-    if (munmap(address, entry->size) != 0)
+    if (munmap(address, Bytes(entry->size)) != 0)
         return FailFromErrno(errno);
     table.bytes -= entry->size;
     std::copy(entry + 1, table.entries + table.count, entry);
@@ -275,7 +281,7 @@ void GetSystemInfo(SYSTEM_INFO* info)
 {
     info->dwPageSize = static_cast<DWORD>(PageSize());
     info->lpMinimumApplicationAddress = Pointer(kLowest);
-    info->lpMaximumApplicationAddress = Pointer(RangeEnd() - 1);
+    info->lpMaximumApplicationAddress = Pointer(kEnd - 1);
     // The host may report -1 for what it does not know.
     info->dwNumberOfProcessors = static_cast<DWORD>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
     info->dwAllocationGranularity = static_cast<DWORD>(kGranularity);
@@ -283,7 +289,7 @@ void GetSystemInfo(SYSTEM_INFO* info)
 
 std::uint64_t ReservableBytes()
 {
-    return RangeEnd() - kLowest;
+    return kEnd - kLowest;
 }
 
 std::uint64_t ReservedBytes()
