@@ -102,6 +102,23 @@ bool EncodeUnits(const CodePage& page, const wchar_t* source, std::size_t count,
                           [&](std::size_t k) { encode(i + kUnitsPerBlock + k); });
         }
     }
+    const auto encodeHalfBlock = [&](std::size_t start) {
+        const Units8 units = LoadBlock<Units8>(source + start);
+        if (AnyBit(((units & identityMask) == 0x80) | ((units & 0xFF00) != 0))) {
+            for (std::size_t k = start; k < start + kUnitsPerBlock; ++k)
+                encode(k);
+        } else {
+            StoreBlock(target + start, __builtin_convertvector(units, Bytes8));
+        }
+    };
+    // What is left of a text that has half a block is done by one or two of these, which may
+    // overlap what is done already: most texts are short, and units one by one take longer.
+    if (count >= kUnitsPerBlock && i < count) {
+        if (count - i > kUnitsPerBlock)
+            encodeHalfBlock(i);
+        encodeHalfBlock(count - kUnitsPerBlock);
+        i = count;
+    }
     for (; i < count; ++i)
         encode(i);
     return usedDefault;

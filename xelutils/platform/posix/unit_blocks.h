@@ -11,6 +11,7 @@
 static_assert(std::endian::native == std::endian::little);
 
 using Bytes16 = std::uint8_t __attribute__((vector_size(16)));
+using Bytes8 = std::uint8_t __attribute__((vector_size(8)));
 using Units8 = std::uint16_t __attribute__((vector_size(16)));
 // For looking at text in place. An alias declaration would lose these attributes in clang.
 typedef Units8 AlignedText __attribute__((may_alias));
@@ -51,7 +52,6 @@ template <class Block> bool AnyBit(Block block)
 // The result of a comparison with one byte for each of the eight units, the first one lowest.
 template <class Condition> std::uint64_t UnitMask(Condition holds)
 {
-    using Bytes8 = std::uint8_t __attribute__((vector_size(8)));
     const Bytes8 bytes = __builtin_convertvector(holds, Bytes8);
     std::uint64_t mask;
     std::memcpy(&mask, &bytes, sizeof mask);

@@ -75,7 +75,8 @@ inline std::size_t Length(const char* text)
 // pages that hold them.
 __attribute__((no_sanitize("address", "thread"))) inline std::size_t Length(const wchar_t* text)
 {
-    using AliasedUnits [[gnu::may_alias]] = Units;
+    // An alias declaration would lose the attribute in clang.
+    typedef Units AliasedUnits __attribute__((may_alias));
     const auto address = reinterpret_cast<std::uintptr_t>(text);
     if (address % sizeof(wchar_t) != 0) [[unlikely]] {
         std::size_t length = 0;

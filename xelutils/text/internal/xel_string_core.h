@@ -388,7 +388,8 @@ template <class T> CXelStringT<T>& CXelStringT<T>::operator=(const CString& text
 
 template <class T> CXelStringT<T>& CXelStringT<T>::operator=(std::nullptr_t)
 {
-    return *this = static_cast<const T*>(nullptr);
+    AssignCopy(0, &get_afxChNil());
+    return *this;
 }
 
 namespace detail {
