@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <climits>
-#include <random>
 #include <utility>
 
 #include "text/string_states.h"

@@ -23,7 +23,10 @@ public:
     {
         const std::size_t at = index * m_size;
         const unsigned low = static_cast<unsigned char>(m_bytes[at]);
-        return m_size == 1 ? low : low | static_cast<unsigned char>(m_bytes[at + 1]) << 8;
+        if (m_size == 1)
+            return low;
+        const unsigned high = static_cast<unsigned char>(m_bytes[at + 1]);
+        return low | high << 8;
     }
     bool isBreak(std::size_t index) const { return at(index) == '\r' || at(index) == '\n'; }
     std::string slice(std::size_t from, std::size_t to) const

@@ -87,7 +87,7 @@ void Document::replaceValue(Line& line, const Text& value, bool mayCut)
         encoded(value, "the value for key '" + xel_text::ToUtf8(line.key) + "'");
     std::size_t at = line.bytes.find(equals);
     // In UTF-16 the two bytes may also meet across two units.
-    while (false)
+    while (at % unitSize(m_width) != 0)
         at = line.bytes.find(equals, at + 1);
     line.bytes = line.bytes.substr(0, at) + equals + after;
     line.value = value;

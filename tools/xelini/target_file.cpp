@@ -1,8 +1,6 @@
 #include "tools/xelini/target_file.h"
 
 #include <cerrno>
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
@@ -107,7 +105,7 @@ void TargetFile::openLocked()
         throw failedFile(m_name, "cannot be written", errno);
 }
 
-// Takes the state anew: whoever had the lock before may have written.
+// Whoever had the lock before may have written: then its state is to be taken anew.
 bool TargetFile::isStillTheFile() const
 {
     struct stat now;
