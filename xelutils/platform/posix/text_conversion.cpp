@@ -34,13 +34,8 @@ void DecodeBytes(const CodePage& page, const unsigned char* source, std::size_t 
                 target[k] = page.units[source[k]];
             continue;
         }
-        const Bytes16 zeros{};
-        // Low byte first: each byte of the text beside a zero is one unit.
-        StoreBlock(target + i, __builtin_shufflevector(block, zeros, 0, 16, 1, 17, 2, 18, 3, 19, 4,
-                                                       20, 5, 21, 6, 22, 7, 23));
-        StoreBlock(target + i + kUnitsPerBlock,
-                   __builtin_shufflevector(block, zeros, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13,
-                                           29, 14, 30, 15, 31));
+        StoreBlock(target + i, WidenLowHalf(block));
+        StoreBlock(target + i + kUnitsPerBlock, WidenHighHalf(block));
         if (anyOpen) {
             std::uint64_t masks[2];
             std::memcpy(masks, &open, sizeof masks);
@@ -90,12 +85,8 @@ bool EncodeUnits(const CodePage& page, const wchar_t* source, std::size_t count,
                 encode(k);
             continue;
         }
-        Bytes16 lowBytes;
-        Bytes16 highBytes;
-        std::memcpy(&lowBytes, &low, sizeof low);
-        std::memcpy(&highBytes, &high, sizeof high);
-        StoreBlock(target + i, __builtin_shufflevector(lowBytes, highBytes, 0, 2, 4, 6, 8, 10, 12,
-                                                       14, 16, 18, 20, 22, 24, 26, 28, 30));
+        StoreBlock(target + i, __builtin_convertvector(low, Bytes8));
+        StoreBlock(target + i + kUnitsPerBlock, __builtin_convertvector(high, Bytes8));
         if (anyOpen) {
             ForEachInMask(UnitMask(lowOpen), [&](std::size_t k) { encode(i + k); });
             ForEachInMask(UnitMask(highOpen),
