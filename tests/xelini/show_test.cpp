@@ -66,13 +66,19 @@ TEST(XeliniCheck, NamesLineRuleAndRemedyOfARefusedFile)
 {
     const std::vector<std::string> check = {"check", "p.ini"};
     expectRows({
+        {"a mark may be why", check, "\xEF\xBB\xBF[A]\r\n\xD7\x90=1", 1, "",
+         "p.ini:1: warning: begins with the mark of UTF-8, but devices read 8-bit text behind it; "
+         "save the file as 8-bit text or UTF-16LE\nxelini: p.ini:2: warning: looks like UTF-8, "
+         "which devices show garbled; mend it with 'xelini convert p.ini --encoding 8bit --from "
+         "utf-8'\nxelini: p.ini:2: line starts with a character that begins no line; a key starts "
+         "with a letter or digit, a header with '[', a comment with ';', '#' or '/'"},
         {"lines count as in an editor", check, "a=1\r\n\r\r\n\n[A\n", 1, "",
          "p.ini:5: section header lacks its closing ']'; nothing but white space may follow it"},
         {"header without name", check, "[]", 1, "",
          "p.ini:1: section header has no name; write one between '[' and ']'"},
         {"indented", check, Utf16Bytes("[ABC]\r\n a=1"), 1, "",
-         "p.ini:2: line starts with a space or tab; headers, entries and comments start in the "
-         "first column"},
+         "p.ini:2: line starts with a space or tab; remove the white space in front, or all of "
+         "the line"},
         {"no =", check, "a=1\nb\n", 1, "",
          "p.ini:2: entry lacks '='; write key=value, or start a comment with ';', '#' or '/'"},
         {"first character", check, "a=1\n_b=2\n", 1, "",

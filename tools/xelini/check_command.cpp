@@ -130,10 +130,11 @@ void warnOfUnreadText(const Document& document)
 void checkFile(const std::string& path)
 {
     const HostInput input(path);
-    const Settings settings = readSettings(input);
     const Document document(input.name(), input.bytes());
+    // Before the text is read: a refused line may be refused for just these.
     warnOfMark(document);
     warnOfUtf8(document);
+    const Settings settings = readSettings(input);
     warnOfRepeatedKeys(document);
     warnOfUnreadText(document);
     printOutput(path + ": " + summary(settings, document) + "\n");

@@ -133,6 +133,7 @@ void describeMerge(CLI::App& app, Arguments& arguments)
         ->required()
         ->expected(2, CLI::detail::expected_max_vector_size);
     addOutput(app, arguments, true);
+    addAllowCut(app, arguments);
 }
 
 void describeDiff(CLI::App& app, Arguments& arguments)

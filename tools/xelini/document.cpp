@@ -124,7 +124,11 @@ void Document::classify(Line& line, Text& section) const
         section.Empty();
     } else if (first == L'[') {
         line.kind = LineKind::header;
+        // In UTF-16 a zero is a character of the line, but trimming looks no further.
+        const int untrimmed = text.GetLength();
         text.Trim();
+        line.hidesText = text.Find(L'\0') == text.GetLength() && text.GetLength() < untrimmed &&
+                         zeroPosition(line.bytes, m_width) != std::string_view::npos;
         section = textBetween(text, 1, xel_text::ToUtf16(text).size() - 1);
     } else {
         line.kind = LineKind::entry;
@@ -133,7 +137,8 @@ void Document::classify(Line& line, Text& section) const
         line.value = textBetween(text, equals + 1, xel_text::ToUtf16(text).size());
     }
     line.section = section;
-    line.hidesText = hasZero && (line.kind == LineKind::header || line.kind == LineKind::entry);
+    if (hasZero)
+        line.hidesText = line.kind == LineKind::header || line.kind == LineKind::entry;
 }
 
 std::string Document::bytes() const

@@ -35,7 +35,7 @@ struct Line {
     // Of an entry.
     Text key;
     Text value;
-    // 8-bit header or entry with text behind a zero byte, which the reader does not see.
+    // Header or entry with text behind a zero character that the reader does not see.
     bool hidesText = false;
 };
 
@@ -75,6 +75,12 @@ public:
     bool removeKey(const Text& section, const Text& key, bool mayCut);
     // Removes the section's headers and entries. False when there were none.
     bool removeSection(const Text& section, bool mayCut);
+    // Gives the entries that are there the values that `wanted` has for them.
+    void replaceValues(const xel_settings::CThreeTupleStore& wanted, bool mayCut);
+    // Removes the entries that `wanted` has not, and the headers of those sections of `present`
+    // that it has not.
+    void removeOthers(const xel_settings::CThreeTupleStore& present,
+                      const xel_settings::CThreeTupleStore& wanted, bool mayCut);
 
     // The same lines in the other width.
     Document converted(Width width, bool mayCut) const;

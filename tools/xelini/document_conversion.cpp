@@ -28,7 +28,7 @@ Line Document::convertedLine(std::size_t index, Width width, bool mayCut) const
     Line line = m_lines[index];
     refuseHiddenText(m_lines[index], mayCut);
     if (line.hidesText)
-        line.bytes.resize(line.bytes.find('\0'));
+        line.bytes.resize(zeroPosition(line.bytes, m_width));
     line.hidesText = false;
     const Text text = decode(line.bytes, m_width);
     const bool isRead = line.kind == LineKind::header || line.kind == LineKind::entry;

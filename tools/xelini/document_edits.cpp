@@ -1,5 +1,7 @@
 // Changing values, keys and sections of a document.
 #include <algorithm>
+#include <set>
+#include <string_view>
 #include <utility>
 
 #include "tools/xelini/document.h"
@@ -77,6 +79,20 @@ void Document::setValue(const Text& section, const Text& key, const Text& value,
         addEntry(section, key, value);
     else if (!sameText(m_lines[found].value, value))
         replaceValue(m_lines[found], value, mayCut);
+}
+
+void Document::replaceValues(const xel_settings::CThreeTupleStore& wanted, bool mayCut)
+{
+    // From the end: the last line of a key is the one that counts.
+    std::set<std::pair<std::u16string_view, std::u16string_view>> seen;
+    for (std::size_t i = m_lines.size(); i-- > 0;) {
+        Line& line = m_lines[i];
+        Text value;
+        if (line.kind == LineKind::entry &&
+            seen.insert({xel_text::ToUtf16(line.section), xel_text::ToUtf16(line.key)}).second &&
+            wanted.getValue(line.section, line.key, value) && !sameText(line.value, value))
+            replaceValue(line, value, mayCut);
+    }
 }
 
 void Document::replaceValue(Line& line, const Text& value, bool mayCut)
@@ -199,6 +215,19 @@ bool Document::removeSection(const Text& section, bool mayCut)
         [&](const Line& line) {
             const bool isHeader = line.kind == LineKind::header && sameText(line.section, section);
             return isHeader || isEntryOf(line, section);
+        },
+        mayCut);
+}
+
+void Document::removeOthers(const xel_settings::CThreeTupleStore& present,
+                            const xel_settings::CThreeTupleStore& wanted, bool mayCut)
+{
+    removeLines(
+        [&](const Line& line) {
+            Text value;
+            if (line.kind == LineKind::header)
+                return present.hasSection(line.section) && !wanted.hasSection(line.section);
+            return line.kind == LineKind::entry && !wanted.getValue(line.section, line.key, value);
         },
         mayCut);
 }

@@ -13,7 +13,7 @@ namespace {
 using xelini::Status;
 
 // A file that is opened in the place of a closed standard stream would receive messages. What
-// stands there instead cannot be written, so a missing standard output still shows.
+// stands there instead can neither be read nor written as what is missing, so that it still shows.
 void occupyStandardStreams()
 {
     int descriptor;
@@ -21,7 +21,8 @@ void occupyStandardStreams()
         if (::fcntl(STDERR_FILENO, F_GETFD) >= 0 && ::fcntl(STDOUT_FILENO, F_GETFD) >= 0 &&
             ::fcntl(STDIN_FILENO, F_GETFD) >= 0)
             return;
-        descriptor = ::open("/dev/null", O_RDONLY);
+        const bool inputIsMissing = ::fcntl(STDIN_FILENO, F_GETFD) < 0;
+        descriptor = ::open("/dev/null", inputIsMissing ? O_WRONLY : O_RDONLY);
     } while (descriptor >= 0);
 }
 

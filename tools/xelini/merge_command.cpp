@@ -60,28 +60,17 @@ void writeNew(const Settings& merged, const TargetFile& target)
     finish(isWide ? withMarkIfNeeded(std::move(bytes)) : bytes, merged, target);
 }
 
-void removeOthers(Document& document, const CThreeTupleStore& present,
-                  const CThreeTupleStore& wanted)
-{
-    forEachEntry(present, [&](const Text& section, const Text& key, const Text&) {
-        Text value;
-        if (!wanted.hasSection(section))
-            document.removeSection(section, false);
-        else if (!wanted.getValue(section, key, value))
-            document.removeKey(section, key, false);
-    });
-}
-
-void changeExisting(const Settings& merged, const TargetFile& target)
+void changeExisting(const Settings& merged, const TargetFile& target, bool mayCut)
 {
     const HostInput input(target.name());
     const CThreeTupleStore present = readSettings(input).store;
     Change change{Document(input.name(), input.bytes()), merged.store};
-    removeOthers(change.document, present, merged.store);
+    change.document.removeOthers(present, merged.store, mayCut);
+    change.document.replaceValues(merged.store, mayCut);
     forEachEntry(merged.store, [&](const Text& section, const Text& key, const Text& value) {
         Text old;
-        if (!present.getValue(section, key, old) || !sameText(old, value))
-            change.document.setValue(section, key, value, false);
+        if (!present.getValue(section, key, old))
+            change.document.setValue(section, key, value, mayCut);
     });
     finish(change, target);
 }
@@ -93,7 +82,7 @@ Status merge(const Request& request)
     const TargetFile target(*request.output);
     const Settings merged = readMerged(request.files);
     if (target.exists() && !target.isEmpty())
-        changeExisting(merged, target);
+        changeExisting(merged, target, request.mayCut);
     else
         writeNew(merged, target);
     return Status::done;

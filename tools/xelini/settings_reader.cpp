@@ -15,8 +15,8 @@ const char* describe(ESettingsFault fault)
 {
     switch (fault) {
     case ESettingsFault::indentedLine:
-        return "line starts with a space or tab; headers, entries and comments start in the first "
-               "column";
+        return "line starts with a space or tab; remove the white space in front, or all of the "
+               "line";
     case ESettingsFault::headerNotClosed:
         return "section header lacks its closing ']'; nothing but white space may follow it";
     case ESettingsFault::headerWithoutName:

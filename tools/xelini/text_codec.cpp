@@ -127,4 +127,13 @@ Text fromArgument(const std::string& argument)
     return text;
 }
 
+std::size_t zeroPosition(std::string_view bytes, Width width)
+{
+    const std::size_t size = unitSize(width);
+    for (std::size_t at = 0; at + size <= bytes.size(); at += size)
+        if (bytes.substr(at, size).find_first_not_of('\0') == std::string_view::npos)
+            return at;
+    return std::string_view::npos;
+}
+
 } // namespace xelini

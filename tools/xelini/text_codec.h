@@ -22,6 +22,9 @@ constexpr std::size_t unitSize(Width width)
 // Every unit of `bytes`, zeros included. Half a unit at the end is dropped.
 Text decode(std::string_view bytes, Width width);
 
+// Where the first zero character begins, in bytes, or std::string_view::npos.
+std::size_t zeroPosition(std::string_view bytes, Width width);
+
 // Nothing when the code page cannot hold a character. Decoding gives the same text again.
 std::optional<std::string> encode(const Text& text, Width width);
 
