@@ -131,7 +131,10 @@ void CStoreFiller::setValue(const String& key, const String& value)
         m_section = &SectionOf(m_store.m_sections, m_sectionKey);
         m_place = m_section->entries.end();
     }
-    m_place = std::next(SetEntry(m_section->entries, m_place, key, value));
+    auto& entries = m_section->entries;
+    const auto entry = SetEntry(entries, m_place, key, value);
+    // From the last entry a step forward climbs the whole tree, a step back from the end none.
+    m_place = entry == std::prev(entries.end()) ? entries.end() : std::next(entry);
 }
 
 } // namespace xel_settings

@@ -302,6 +302,7 @@ private:
 
     void SetLength(int length);
     void Take(const T* text);
+    void CopyUnsharedText(const CXelStringT& source);
     void TakeConverted(const Other* text, int length);
     void AssignConverted(const Other* text);
     bool TakeResource(const void* text);
@@ -320,6 +321,17 @@ private:
 
     T* m_chars;
 };
+
+template <class T> inline CXelStringT<T>::CXelStringT(const CXelStringT& source) noexcept
+{
+    Data* const data = source.GetData();
+    if (RefCount(data) >= 0) [[likely]] {
+        m_chars = source.m_chars;
+        InterlockedIncrement(&data->refCount);
+    } else {
+        CopyUnsharedText(source);
+    }
+}
 
 template <class T> inline CXelStringT<T>::CXelStringT(CXelStringT&& source) noexcept
 {

@@ -205,7 +205,7 @@ template <class T> bool CXelStringT<T>::Holds(const T* text) const
 
 template <class T> int CXelStringT<T>::SafeStrlen(const T* text)
 {
-    return xel_text::TextLength<T>(text);
+    return text ? detail::CheckedLength(static_cast<std::int64_t>(scan::Length(text))) : 0;
 }
 
 template <class T> const T& CXelStringT<T>::get_afxChNil()
@@ -270,14 +270,9 @@ template <class T> void CXelStringT<T>::Take(const T* text)
     detail::CopyUnits(m_chars, text, length);
 }
 
-template <class T> CXelStringT<T>::CXelStringT(const CXelStringT& source) noexcept
+// Of the nil data or a locked string.
+template <class T> void CXelStringT<T>::CopyUnsharedText(const CXelStringT& source)
 {
-    Data* const data = source.GetData();
-    if (RefCount(data) >= 0) {
-        m_chars = source.m_chars;
-        InterlockedIncrement(&data->refCount);
-        return;
-    }
     Init();
     if (!source.IsNil())
         Take(source.m_chars);
