@@ -12,6 +12,8 @@
 #pragma once
 
 #include <atomic>
+#include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -42,21 +44,29 @@ constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;
 constexpr DWORD ERROR_ACCESS_DENIED = 5;
 constexpr DWORD ERROR_INVALID_HANDLE = 6;
 constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+constexpr DWORD ERROR_NO_MORE_FILES = 18;
+constexpr DWORD ERROR_BAD_FORMAT = 11;
 constexpr DWORD ERROR_WRITE_PROTECT = 19;
 constexpr DWORD ERROR_WRITE_FAULT = 29;
 constexpr DWORD ERROR_READ_FAULT = 30;
 constexpr DWORD ERROR_GEN_FAILURE = 31;
 constexpr DWORD ERROR_SHARING_VIOLATION = 32;
+constexpr DWORD ERROR_NOT_SUPPORTED = 50;
 constexpr DWORD ERROR_FILE_EXISTS = 80;
 constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 constexpr DWORD ERROR_DISK_FULL = 112;
 constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
 constexpr DWORD ERROR_INVALID_NAME = 123;
+constexpr DWORD ERROR_MOD_NOT_FOUND = 126;
+constexpr DWORD ERROR_DIR_NOT_EMPTY = 145;
 constexpr DWORD ERROR_ALREADY_EXISTS = 183;
 constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206;
+constexpr DWORD ERROR_NO_WORK_DONE = 235;
+constexpr DWORD ERROR_DIRECTORY = 267;
 constexpr DWORD ERROR_INVALID_ADDRESS = 487;
 constexpr DWORD ERROR_INVALID_FLAGS = 1004;
 constexpr DWORD ERROR_FILE_INVALID = 1006;
+constexpr DWORD ERROR_INVALID_WINDOW_HANDLE = 1400;
 
 DWORD GetLastError();
 void SetLastError(DWORD error);
@@ -74,7 +84,12 @@ constexpr DWORD CREATE_ALWAYS = 2;
 constexpr DWORD OPEN_EXISTING = 3;
 constexpr DWORD OPEN_ALWAYS = 4;
 constexpr DWORD TRUNCATE_EXISTING = 5;
+constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x01;
+constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
+constexpr DWORD FILE_ATTRIBUTE_ARCHIVE = 0x20;
 constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+constexpr DWORD FILE_ATTRIBUTE_TEMPORARY = 0x100;
+constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
 constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
 
 // Regular files only; INVALID_HANDLE_VALUE for anything else and for every failure. Nothing
@@ -92,6 +107,18 @@ HANDLE CreateFileForMappingW(const wchar_t* name, DWORD access, DWORD share, voi
 // Low 32 bits of the size; the high ones go to `high` unless it is null. INVALID_FILE_SIZE on
 // failure.
 DWORD GetFileSize(HANDLE file, DWORD* high);
+
+// Steps of 100 ns since 1 January 1601, UTC.
+struct FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+
+// Each time may be null. A host that keeps no time of creation answers with the last write.
+BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* lastAccess, FILETIME* lastWrite);
+
+// -1, 0 or 1 when the first is earlier, equal or later.
+LONG CompareFileTime(const FILETIME* first, const FILETIME* second);
 
 // Writes all `size` bytes or fails; `written` holds what reached the file in either case.
 BOOL WriteFile(HANDLE file, const void* data, DWORD size, DWORD* written, void* overlapped);
@@ -115,6 +142,127 @@ HANDLE CreateFileMappingW(HANDLE file, void* security, DWORD protect, DWORD size
 // file: what other programs do to the file afterwards neither shows in it nor faults a reader.
 void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, SIZE_T size);
 BOOL UnmapViewOfFile(const void* view);
+
+// ---- Listing and changing folders ---------------------------------------------------------
+//
+// A link met in a listing is a file (ARCHIVE and REPARSE_POINT), whatever it leads to. Asked for
+// by its own name it answers for its target, with REPARSE_POINT added; one that leads nowhere
+// answers for itself. What removes, copies or changes acts on the link that stands last in a
+// name and never on what lies behind it. Links further up in a name are followed.
+//
+// A missing name is ERROR_FILE_NOT_FOUND, one in a missing folder ERROR_PATH_NOT_FOUND. A closing
+// separator is ignored for folders, for all else it is ERROR_PATH_NOT_FOUND.
+
+constexpr int MAX_PATH = 260;
+constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
+
+// Attributes are DIRECTORY for a folder and ARCHIVE for all else, with READONLY when nobody may
+// write to it (never for a folder) and REPARSE_POINT for a link. A folder's size is 0.
+struct WIN32_FIND_DATAW {
+    DWORD dwFileAttributes;
+    FILETIME ftCreationTime;
+    FILETIME ftLastAccessTime;
+    FILETIME ftLastWriteTime;
+    DWORD nFileSizeHigh;
+    DWORD nFileSizeLow;
+    // Always 0.
+    DWORD dwOID;
+    wchar_t cFileName[MAX_PATH];
+};
+static_assert(sizeof(WIN32_FIND_DATAW) == 560, "the device's record, which programs store whole");
+
+// Lists what matches the mask that `name` ends with, in the host's order, without "." and "..";
+// an empty folder lists nothing (ERROR_FILE_NOT_FOUND). "*" stands for any units, "?" for exactly
+// one, "*.*" for every name; case does not count. A mask that is itself the name of an entry means
+// that entry alone, except "*" and "*.*". Without "*" and "?" the one file or folder of that name.
+//
+// The listing is read whole, here, and holds no descriptor until FindClose, only memory. What is
+// made or removed meanwhile may or may not show; no name shows twice. Names that the record cannot
+// hold are left out: cut to fit they would be the names of other files.
+HANDLE FindFirstFileW(const wchar_t* name, WIN32_FIND_DATAW* data);
+
+// ERROR_NO_MORE_FILES after the last entry.
+BOOL FindNextFileW(HANDLE listing, WIN32_FIND_DATAW* data);
+
+// Harmless, and false, on INVALID_HANDLE_VALUE, null and handles of files.
+BOOL FindClose(HANDLE listing);
+
+// INVALID_FILE_ATTRIBUTES on failure.
+DWORD GetFileAttributesW(const wchar_t* name);
+
+// Of all attributes only READONLY means something, and that not for folders. Setting it takes the
+// right to write from everybody, clearing it gives it to the owner. A link cannot be made
+// read-only (ERROR_ACCESS_DENIED), and clearing does nothing to it.
+BOOL SetFileAttributesW(const wchar_t* name, DWORD attributes);
+
+// ERROR_ALREADY_EXISTS when anything has the name, also in other case.
+BOOL CreateDirectoryW(const wchar_t* name, void* security);
+
+// An empty folder only; ERROR_DIR_NOT_EMPTY for others, ERROR_DIRECTORY for links and files. The
+// root and the working directory stay (ERROR_ACCESS_DENIED).
+BOOL RemoveDirectoryW(const wchar_t* name);
+
+// Anything but a folder, and but what is read-only (ERROR_ACCESS_DENIED for both).
+BOOL DeleteFileW(const wchar_t* name);
+
+// Copies content, permissions and time of the last write of a file; a link is copied as a link.
+// Nothing else is copied (ERROR_ACCESS_DENIED). The target is replaced in one step when the copy
+// is complete, and is untouched after a failure:
+//
+// - ERROR_FILE_EXISTS when it exists and `failIfExists` says so,
+// - ERROR_SHARING_VIOLATION when it is the source itself, by whatever name, or when a writer has
+//   it open that shuts out others,
+// - ERROR_ACCESS_DENIED when it is read-only, a folder or a device.
+BOOL CopyFileW(const wchar_t* existing, const wchar_t* target, BOOL failIfExists);
+
+// ---- Storage cards ------------------------------------------------------------------------
+//
+// The folder that a removable card is mounted at has TEMPORARY beside DIRECTORY among its
+// attributes. CreateFileW opens the card's volume under the folder's name with "\vol:" behind it,
+// for reading only; all that the handle is good for is this query. Other folders have no volume.
+
+constexpr DWORD IOCTL_DISK_GET_STORAGEID = 0x71C24;
+
+// The only `code` is IOCTL_DISK_GET_STORAGEID, the input null and 0, `overlapped` null. The output
+// starts with four words: size of the whole record in bytes, flags (1 there is no manufacturer, 2
+// there is no serial number), and from the start of the record the places of the manufacturer's
+// name and the serial number, 0 for what there is not. Both are terminated narrow text behind the
+// header. An output that is too small is ERROR_INSUFFICIENT_BUFFER; its first word says what is
+// needed. `returned` holds the number of bytes stored.
+BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output,
+                     DWORD outputSize, DWORD* returned, void* overlapped);
+
+// ---- Time ---------------------------------------------------------------------------------
+
+struct SYSTEMTIME {
+    // 1601 to 30827.
+    WORD wYear;
+    WORD wMonth;
+    // Sunday is 0.
+    WORD wDayOfWeek;
+    WORD wDay;
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+};
+
+// UTC.
+void GetSystemTime(SYSTEMTIME* time);
+
+// Ignores the day of the week. ERROR_INVALID_PARAMETER for a date that there is not.
+BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime);
+
+// ERROR_INVALID_PARAMETER for times with the highest bit set.
+BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time);
+
+// By the zone's present offset: a time of last winter, asked for in summer, is an hour off, as it
+// is on the device. ERROR_INVALID_PARAMETER where the result would lie before 1601 or have the
+// highest bit set.
+BOOL FileTimeToLocalFileTime(const FILETIME* fileTime, FILETIME* localFileTime);
+
+// Milliseconds since the host started, without those that it slept; begins again after 2^32.
+DWORD GetTickCount();
 
 // ---- Virtual memory and system information ------------------------------------------------
 
@@ -174,6 +322,17 @@ void GlobalMemoryStatus(MEMORYSTATUS* status);
 // ---- Threads ------------------------------------------------------------------------------
 
 void Sleep(DWORD milliseconds);
+
+// A lock that the thread which has it may take again; it is free when it was left as often.
+struct CRITICAL_SECTION {
+    // The host's own lock.
+    void* host[6];
+};
+
+void InitializeCriticalSection(CRITICAL_SECTION* section);
+void DeleteCriticalSection(CRITICAL_SECTION* section);
+void EnterCriticalSection(CRITICAL_SECTION* section);
+void LeaveCriticalSection(CRITICAL_SECTION* section);
 
 // Full barriers. While the process has a single thread nothing can come between the steps, and
 // the bus lock, which costs more than all the rest of a small allocation, is left out.
@@ -241,6 +400,24 @@ inline LONG InterlockedCompareExchange(volatile LONG* word, LONG value, LONG com
     return comparand;
 }
 
+// ---- Modules and debugger output -----------------------------------------------------------
+
+using HMODULE = void*;
+
+// The device path of the running program, by which its file can be opened; only for the null
+// module (ERROR_MOD_NOT_FOUND for others). Of a program whose file has gone it is the last name
+// that it had. Returns the number of units without the terminator, 0 on failure. Of a longer
+// path `buffer` holds the first size - 1 units and a terminator; the result is `size` then, with
+// ERROR_INSUFFICIENT_BUFFER.
+DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size);
+
+// Text for who watches the program: UTF-8 on standard error, each text in one piece; nothing when
+// XEL_DEBUG_OUTPUT is "none" at the first call. A surrogate without its partner becomes U+FFFD.
+// Nothing happens to a program whose standard error is closed, was so when it started, or leads
+// to a reader who has gone (there is no SIGPIPE); for one who does not read on, the first text
+// waits a second, those behind it not at all. Leaves errno and the last error alone.
+void OutputDebugStringW(const wchar_t* text);
+
 // ---- Text ---------------------------------------------------------------------------------
 
 constexpr UINT CP_ACP = 0;
@@ -290,3 +467,103 @@ int _stricmp(const char* first, const char* second);
 
 // The standard streams: 0 input, 1 output, 2 error.
 FILE* _getstdfilex(int number);
+
+// ---- Formatting and scanning ---------------------------------------------------------------
+
+// The run-time's formatter. Stores at most `count` characters and returns the length of the whole
+// text; the terminator is stored only where there is room behind the text. -1 says that the text
+// is longer than `count`, of which then every character is used, and nothing else: a fault in the
+// format ends the text where it is met.
+//
+//   %[flags][width][.precision][size]conversion        flags - + space # 0
+//   d i u o x X p, e E f g G, c s                      text of the format's own width
+//   C S                                                text of the other width
+//   sizes h, l or w before c s C S                     narrow and wide whatever the format is
+//   sizes h, l or I32, ll or I64, I before integers    16, 32, 64 bits and those of a pointer
+//
+// `l` is 32 bits also where the host's long has 64; L is taken for floating point and means
+// nothing. Infinities and the like are "1.#INF",
+// "1.#QNAN", "-1.#IND"; exponents have three digits; ties are rounded away from zero; a null text
+// is "(null)". %n ends the text: nothing is ever stored through an argument. Text of the other
+// width is converted by the system's code page.
+int _vsnprintf(char* buffer, SIZE_T count, const char* format, va_list arguments);
+int _vsnwprintf(wchar_t* buffer, SIZE_T count, const wchar_t* format, va_list arguments);
+
+namespace scanning {
+
+// What swscanf does, over the addresses that it was given. A conversion that has no address left
+// ends the scan.
+int Scan(const wchar_t* text, const wchar_t* format, void* const* outputs, std::size_t count);
+
+} // namespace scanning
+
+// The run-time's scanner: the number of conversions stored, or -1 when the text ended before the
+// first of them. Integers wrap to the size of their conversion (h 16 bits, l 32, I64 or ll 64);
+// "inf", "nan" and hexadecimal floats are no numbers; the decimal point is ".".
+//
+// A template, and so beside the C library's function of this name, which takes wide characters of
+// another size.
+template <class... Outputs>
+int swscanf(const wchar_t* text, const wchar_t* format, Outputs*... outputs)
+{
+    void* const places[] = {outputs..., nullptr};
+    return scanning::Scan(text, format, places, sizeof...(outputs));
+}
+
+using HLOCAL = void*;
+
+constexpr DWORD FORMAT_MESSAGE_ALLOCATE_BUFFER = 0x100;
+constexpr DWORD FORMAT_MESSAGE_FROM_STRING = 0x400;
+
+// The platform's message formatter: the message is the text at `source`, its inserts are %1 to
+// %99 with an optional format of the formatter above, %1!5d!. Only with both flags; identifier,
+// language and size are 0. `buffer` is the address of a pointer that receives the new text, to be
+// freed with LocalFree. Returns its length; 0, and a null pointer there, when there is no text
+// (ERROR_NO_WORK_DONE) or the message cannot be read (ERROR_INVALID_PARAMETER).
+//
+//   %1!*.*s! %3  width, precision and text of %1 are the arguments 1 to 3, that of %3 is the 4th:
+//                an insert with stars moves those of all higher numbers one place on
+//   %n %r %t     line break (CR LF), CR, tab; a line break of the pattern becomes CR LF too
+//   %0           ends the message; % before any other character is that character
+//
+// Floating point is not among the inserts. Widths go up to 65535.
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId,
+                     wchar_t* buffer, DWORD size, va_list* arguments);
+
+// Null is harmless. Always null.
+HLOCAL LocalFree(HLOCAL memory);
+
+// ---- Windows and drawing -------------------------------------------------------------------
+
+// What answers for a window; see platform/host_window.h.
+class HostWindow;
+using HWND = const HostWindow*;
+
+struct HostDeviceContext;
+using HDC = const HostDeviceContext*;
+
+struct RECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+};
+
+struct SIZE {
+    LONG cx;
+    LONG cy;
+};
+
+// From 0/0; the height is unknown, and 0. Null is ERROR_INVALID_WINDOW_HANDLE, here and below.
+BOOL GetClientRect(HWND window, RECT* rect);
+
+// To be given back with ReleaseDC. Null on failure.
+HDC GetWindowDC(HWND window);
+
+// 1, or 0 on failure.
+int ReleaseDC(HWND window, HDC context);
+
+// The width of the first `length` units of `text`; the height is unknown, and 0. How many units
+// fit and where each one ends cannot be asked: `maxExtent` is 0, `fit` and `extents` are null.
+BOOL GetTextExtentExPointW(HDC context, const wchar_t* text, int length, int maxExtent, int* fit,
+                           int* extents, SIZE* size);

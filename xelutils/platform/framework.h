@@ -37,6 +37,33 @@ private:
     std::vector<wchar_t> m_text;
 };
 
+// A span of time: a signed 32-bit number of seconds.
+class CTimeSpan {
+public:
+    CTimeSpan() = default;
+    // In seconds.
+    explicit CTimeSpan(LONG seconds) : m_seconds(seconds) {}
+    // What does not fit 32 bits of seconds wraps.
+    CTimeSpan(LONG days, int hours, int minutes, int seconds)
+        : m_seconds(static_cast<LONG>(((days * 24LL + hours) * 60 + minutes) * 60 + seconds))
+    {
+    }
+
+    LONG GetTotalSeconds() const { return m_seconds; }
+
+private:
+    LONG m_seconds = 0;
+};
+
+// The out-of-memory failure. It is thrown as a pointer, which the catcher must not delete.
+class XELUTILS_API CMemoryException {
+public:
+    virtual ~CMemoryException();
+};
+
+// Throws the one CMemoryException*.
+[[noreturn]] XELUTILS_API void AfxThrowMemoryException();
+
 // What CFile::Write throws.
 class CFileException {
 public:
@@ -49,7 +76,9 @@ public:
 class XELUTILS_API CFile {
 public:
     enum OpenFlags : UINT {
+        modeWrite = 0x0001,
         modeReadWrite = 0x0002,
+        shareDenyWrite = 0x0020,
         modeCreate = 0x1000,
     };
 
@@ -58,9 +87,9 @@ public:
     CFile(const CFile&) = delete;
     CFile& operator=(const CFile&) = delete;
 
-    // Creates or truncates the file `name` (modeCreate | modeReadWrite; writers other than this
-    // one are shut out). False, with the reason in GetLastError, when that fails; a file that was
-    // open is closed first.
+    // Creates or truncates the file `name`: modeCreate with either modeWrite or modeReadWrite.
+    // Writers other than this one are shut out, with or without shareDenyWrite. False, with the
+    // reason in GetLastError, when that fails; a file that was open is closed first.
     bool Open(const wchar_t* name, UINT flags);
 
     // Hands `size` bytes to the platform in one call, or gathers them (see GatherWrites). A write
@@ -100,6 +129,63 @@ private:
     std::size_t m_gatheredBytes = 0;
 };
 
+// The framework's critical section. The thread that has it may take it again.
+class CCriticalSection {
+public:
+    CCriticalSection() { InitializeCriticalSection(&m_section); }
+    ~CCriticalSection() { DeleteCriticalSection(&m_section); }
+    CCriticalSection(const CCriticalSection&) = delete;
+    CCriticalSection& operator=(const CCriticalSection&) = delete;
+
+    void Lock() { EnterCriticalSection(&m_section); }
+    void Unlock() { LeaveCriticalSection(&m_section); }
+
+private:
+    CRITICAL_SECTION m_section;
+};
+
+// Holds a critical section while it lives.
+class CSingleLock {
+public:
+    // `lockNow` says whether it takes the section at once or leaves it alone.
+    explicit CSingleLock(CCriticalSection* section, BOOL lockNow)
+        : m_section(lockNow ? section : nullptr)
+    {
+        if (m_section)
+            m_section->Lock();
+    }
+    ~CSingleLock()
+    {
+        if (m_section)
+            m_section->Unlock();
+    }
+    CSingleLock(const CSingleLock&) = delete;
+    CSingleLock& operator=(const CSingleLock&) = delete;
+
+private:
+    CCriticalSection* const m_section;
+};
+
+// The device context of a window, given back at the end of the object's life.
+class CWindowDC {
+public:
+    explicit CWindowDC(HWND window) : m_window(window), m_context(GetWindowDC(window)) {}
+    ~CWindowDC()
+    {
+        if (m_context)
+            ReleaseDC(m_window, m_context);
+    }
+    CWindowDC(const CWindowDC&) = delete;
+    CWindowDC& operator=(const CWindowDC&) = delete;
+
+    // Null when the window gave none.
+    HDC GetSafeHdc() const { return m_context; }
+
+private:
+    const HWND m_window;
+    const HDC m_context;
+};
+
 // One string of a string table.
 struct CStringTableEntry {
     UINT id;
@@ -114,6 +200,16 @@ XELUTILS_API void RegisterStringTable(const CStringTableEntry* entries, std::siz
 
 // Takes a table out again; false when it was not registered.
 XELUTILS_API bool UnregisterStringTable(const CStringTableEntry* entries);
+
+// Adds the string tables of a compiled resource file (.res), read whole here, so that one resource
+// script serves device and host. Of a string that the file has in several languages the first
+// counts. False, with nothing added, for a file that cannot be read (reason in GetLastError) or
+// that is no sound resource file (ERROR_BAD_FORMAT).
+XELUTILS_API bool RegisterStringResources(const wchar_t* fileName);
+
+// Takes what was read from the file of this name, as it was given, out again; false when there is
+// nothing.
+XELUTILS_API bool UnregisterStringResources(const wchar_t* fileName);
 
 // The framework's loader of string resources: copies the string `id` (its low 16 bits) into
 // `buffer`, which holds `size` characters, cut to size - 1 characters and always terminated.

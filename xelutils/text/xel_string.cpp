@@ -5,6 +5,7 @@
 
 #include "xelutils/text/internal/xel_string_core.h"
 #include "xelutils/text/internal/xel_string_edit.h"
+#include "xelutils/text/internal/xel_string_format.h"
 
 namespace xel_text {
 

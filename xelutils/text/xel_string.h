@@ -13,7 +13,9 @@
 //
 // No member reports failure. Conversions between the widths use the system's ANSI code page;
 // what it cannot hold becomes its default character. When the heap cannot serve a request the
-// program is ended by std::abort, since there is no text left to go on with.
+// program is ended by std::abort, since there is no text left to go on with. Only messages and
+// system strings throw, the framework's out-of-memory failure (a CMemoryException*), and leave
+// the string as it was.
 //
 // Threads may hold copies of one text and copy or destroy their own copies independently; one
 // string object must not be used by two threads at once, and while a thread makes its private
@@ -21,6 +23,8 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
+#include <cstdarg>
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
@@ -29,6 +33,9 @@
 #include "xelutils/export.h"
 #include "xelutils/platform/coredll.h"
 #include "xelutils/platform/framework.h"
+#include "xelutils/platform/oleaut.h"
+#include "xelutils/text/format_argument.h"
+#include "xelutils/text/mfc_string_proxy.h"
 
 namespace xel_text {
 
@@ -251,6 +258,78 @@ public:
     //           callers of the narrow one test for 0.
     int LoadStringW(unsigned int id);
 
+    // ---- Formatting. The pattern and texts among the arguments may be the string's own. ----
+
+    // The run-time's formatter, as _vsnwprintf in platform/coredll.h tells: %s is text of the
+    // string's own width, %S of the other. The text is cut at 2048 characters; behind a longer one
+    // in a buffer with more room than that there may stand old text, so keep texts below it.
+    //
+    // The pattern is a text, or the identifier of a string resource; a missing one is empty.
+    void Format(const T* pattern, ...);
+    void Format(unsigned int id, ...);
+    void FormatV(const T* pattern, va_list arguments);
+    // Adds a formatted text, cut at 2048 characters by itself.
+    void AppendFormat(const T* pattern, ...);
+
+    // The platform's message formatter, with inserts like %1 and %2!5d!, as FormatMessageW in
+    // platform/coredll.h tells. There is no limit to the text. An empty message, one that cannot
+    // be read and exhausted memory throw the out-of-memory failure.
+    //
+    // A narrow pattern is taken for *wide* text as it lies in memory: it must have been prepared
+    // so, by whoever calls this, with a wide terminator. Of a pattern given as a string or as a
+    // resource nothing behind its block is read.
+    void FormatMessageW(const T* pattern, ...);
+    void FormatMessageW(unsigned int id, ...);
+
+    // The same calls with strings, CStrings and enumerations among the arguments.
+    template <class... Arguments> void Format(const T* pattern, Arguments... arguments)
+    {
+        detail::CheckFormattable<Arguments...>();
+        (this->*Variadic<const T*>{&CXelStringT::Format})(pattern,
+                                                          detail::FormatArgument(arguments)...);
+    }
+    template <class... Arguments> void Format(unsigned int id, Arguments... arguments)
+    {
+        detail::CheckFormattable<Arguments...>();
+        (this->*Variadic<unsigned int>{&CXelStringT::Format})(id,
+                                                              detail::FormatArgument(arguments)...);
+    }
+    template <class... Arguments> void AppendFormat(const T* pattern, Arguments... arguments)
+    {
+        detail::CheckFormattable<Arguments...>();
+        (this->*Variadic<const T*>{&CXelStringT::AppendFormat})(
+            pattern, detail::FormatArgument(arguments)...);
+    }
+    template <class... Arguments> void FormatMessageW(const T* pattern, Arguments... arguments)
+    {
+        detail::CheckFormattable<Arguments...>();
+        (this->*Variadic<const T*>{&CXelStringT::FormatMessageW})(
+            pattern, detail::FormatArgument(arguments)...);
+    }
+    template <class... Arguments> void FormatMessageW(unsigned int id, Arguments... arguments)
+    {
+        detail::CheckFormattable<Arguments...>();
+        (this->*Variadic<unsigned int>{&CXelStringT::FormatMessageW})(
+            id, detail::FormatArgument(arguments)...);
+    }
+    template <std::derived_from<CXelStringT> Pattern, class... Arguments>
+    void FormatMessageW(const Pattern& pattern, Arguments... arguments)
+    {
+        detail::CheckFormattable<Arguments...>();
+        FormatMessageOf(&pattern, detail::FormatArgument(arguments)...);
+    }
+
+    // ---- System strings and the framework's string. Zero characters are carried over. ----
+
+    // A new system string, which the caller frees. Throws the out-of-memory failure.
+    BSTR AllocSysString() const;
+    // Replaces *target, which is null or a system string; returns it. Throws the out-of-memory
+    // failure and then leaves *target as it was.
+    BSTR SetSysString(BSTR* target) const;
+
+    // For framework code that takes a CString&. See CMfcStringProxy.
+    CMfcStringProxy<T> mfcString() { return {m_chars, UsedLength(), this}; }
+
 protected:
     using Data = CXelStringData<T>;
 
@@ -281,6 +360,8 @@ protected:
 
 private:
     using Other = std::conditional_t<std::is_same_v<T, char>, wchar_t, char>;
+    // The form of a formatting call that takes its arguments as they are.
+    template <class Pattern> using Variadic = void (CXelStringT::*)(Pattern, ...);
 
     bool IsNil() const { return GetData() == get_afxDataNil(); }
     // The count may be changed by other threads that share the block.
@@ -312,6 +393,8 @@ private:
     using Places = int[kRememberedPlaces];
     void ReplaceSpans(const T* oldText, int oldLength, const T* newText, int newLength, int count,
                       const Places& places);
+    void FormatMessageOf(const CXelStringT* pattern, ...);
+    bool TakeMessage(const wchar_t* pattern, va_list* arguments);
     template <class Trimmable> CXelStringT& TrimRightWhere(Trimmable trimmable);
     template <class Trimmable> CXelStringT& TrimLeftWhere(Trimmable trimmable);
 

@@ -17,12 +17,15 @@ CFile::~CFile()
 bool CFile::Open(const wchar_t* name, UINT flags)
 {
     Close();
-    if (flags != (modeCreate | modeReadWrite)) {
+    const UINT mode = flags & ~UINT{shareDenyWrite};
+    if (mode != (modeCreate | modeReadWrite) && mode != (modeCreate | modeWrite)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return false;
     }
-    m_file = CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const DWORD access =
+        (flags & modeReadWrite) != 0 ? GENERIC_READ | GENERIC_WRITE : GENERIC_WRITE;
+    m_file = CreateFileW(name, access, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                         FILE_ATTRIBUTE_NORMAL, nullptr);
     return m_file != INVALID_HANDLE_VALUE;
 }
 

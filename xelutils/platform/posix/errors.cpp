@@ -47,6 +47,8 @@ DWORD ErrorFromErrno(int hostError)
         return ERROR_SHARING_VIOLATION;
     case EEXIST:
         return ERROR_FILE_EXISTS;
+    case ENOTEMPTY:
+        return ERROR_DIR_NOT_EMPTY;
     case EINVAL:
         return ERROR_INVALID_PARAMETER;
     // A file that may not grow is a full disk to its writer, whoever set the limit.

@@ -11,14 +11,13 @@
 
 #include "xelutils/platform/posix/device_root.h"
 #include "xelutils/platform/posix/errors.h"
+#include "xelutils/platform/posix/folder_names.h"
 #include "xelutils/platform/posix/path_lookup.h"
+#include "xelutils/platform/posix/storage_cards.h"
 
 static_assert(sizeof(off_t) == 8, "files may be large: compile with -D_FILE_OFFSET_BITS=64");
 
 namespace {
-
-// Read and write for all, less what the process's mask takes away.
-constexpr mode_t kModeOfNewFiles = 0666;
 
 // What a creation disposition asks for.
 struct Disposition {
@@ -58,33 +57,17 @@ int ClearOfStandardStreams(int descriptor)
     return moved;
 }
 
-// A descriptor, or -1 with errno set. Never truncates: the lock comes first.
-int OpenHostFile(const char* name, int flags)
-{
-    // Without waiting for the other end of a FIFO, and without adopting a terminal.
-    constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    int descriptor;
-    do {
-        descriptor = open(name, flags | kAlways, kModeOfNewFiles);
-    } while (descriptor < 0 && errno == EINTR);
-    return ClearOfStandardStreams(descriptor);
-}
-
-// ENOTDIR too: where a file stands, there may be a folder whose name differs in case.
-bool IsMissing(int error)
-{
-    return error == ENOENT || error == ENOTDIR;
-}
-
-// Finds the file, or the place for a new one, and opens it. -1 with the last error set.
+// Finds the file, or the place for a new one, and opens it. -1 with the last error set. Never
+// truncates: the lock comes first.
 int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& disposition)
 {
     int descriptor = OpenHostFile(path.Name(), accessMode);
     if (descriptor < 0 && IsMissing(errno)) {
-        if (const std::optional<std::string> found = FindWithoutCase(path)) {
-            descriptor = OpenHostFile(found->c_str(), accessMode);
+        const FoundOrPlace other = FindOrPlaceWithoutCase(path, LookFor::Target);
+        if (other.found) {
+            descriptor = OpenHostFile(other.found->c_str(), accessMode);
         } else {
-            const std::optional<std::string> place = PlaceToCreate(path);
+            const std::optional<std::string>& place = other.place;
             if (!place || !disposition.createsMissing) {
                 Fail(place ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND);
                 return -1;
@@ -93,6 +76,8 @@ int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& dispos
             descriptor = OpenHostFile(place->c_str(), accessMode | O_CREAT | exclusive);
             if (descriptor < 0)
                 FailFromErrno(errno);
+            else
+                NoteNewName(*place);
             return descriptor;
         }
     }
@@ -108,7 +93,18 @@ int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& dispos
     return descriptor;
 }
 
-// Shuts out other writers that ask for the same. False with errno set when one is there.
+} // namespace
+
+int OpenHostFile(const char* name, int flags, mode_t mode)
+{
+    constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    int descriptor;
+    do {
+        descriptor = open(name, flags | kAlways, mode);
+    } while (descriptor < 0 && errno == EINTR);
+    return ClearOfStandardStreams(descriptor);
+}
+
 bool LockAgainstWriters(int descriptor)
 {
     int result;
@@ -118,8 +114,6 @@ bool LockAgainstWriters(int descriptor)
     // File systems without locks are written to all the same.
     return result == 0 || errno != EWOULDBLOCK;
 }
-
-} // namespace
 
 OpenedFile OpenDeviceFile(const wchar_t* name, DWORD access, DWORD share, DWORD creation)
 {
@@ -171,6 +165,12 @@ OpenedFile OpenDeviceFile(const wchar_t* name, DWORD access, DWORD share, DWORD 
 HANDLE CreateFileW(const wchar_t* name, DWORD access, DWORD share, void* /*security*/,
                    DWORD creation, DWORD /*attributes*/, HANDLE /*templateFile*/)
 {
+    if (std::optional<Volume> volume = FindVolume(name)) {
+        if (access == GENERIC_READ && creation == OPEN_EXISTING)
+            return MakeHandle(std::make_shared<const Volume>(*std::move(volume)));
+        Fail(ERROR_ACCESS_DENIED);
+        return INVALID_HANDLE_VALUE;
+    }
     OpenedFile opened = OpenDeviceFile(name, access, share, creation);
     if (!opened.file)
         return INVALID_HANDLE_VALUE;

@@ -5,8 +5,19 @@
 
 #include <cstdint>
 #include <memory>
+#include <sys/types.h>
 
 #include "xelutils/platform/posix/handles.h"
+
+// Read and write for all, less what the process's mask takes away.
+constexpr mode_t kModeOfNewFiles = 0666;
+
+// A descriptor that is none of the standard streams and is closed on exec, or -1 with errno set.
+// Neither waits for the other end of a FIFO nor adopts a terminal.
+int OpenHostFile(const char* name, int flags, mode_t mode = kModeOfNewFiles);
+
+// Shuts out other writers that ask for the same. False with errno set when one is there.
+bool LockAgainstWriters(int descriptor);
 
 struct OpenedFile {
     // Null on failure, with the last error set.

@@ -21,14 +21,26 @@ enum class HandleKind { File, FileForMapping, Mapping };
 
 struct HandleTarget {
     HandleKind kind = HandleKind::File;
-    // Never null in a table entry that is in use.
+    // Never null while there is a handle for it.
     std::shared_ptr<OpenFile> file;
     // Bytes; of a file for mapping and of its mappings.
     std::uint64_t size = 0;
 };
 
-// Handles are numbers of table entries, so that one which was closed is refused, not followed.
-HANDLE MakeHandle(HandleTarget target);
+// What FindFirstFileW read; see find.cpp.
+struct Listing;
 
-// What `handle` refers to; a null file, and ERROR_INVALID_HANDLE, when it refers to nothing.
+// What a storage card tells of itself; see storage_cards.h.
+struct Volume;
+
+// Handles are numbers of table entries, so that one which was closed is refused, not followed.
+// Files and mappings share the numbers with listings and volumes, but none is taken for another.
+HANDLE MakeHandle(HandleTarget target);
+HANDLE MakeHandle(std::shared_ptr<const Volume> volume);
+HANDLE MakeHandle(std::shared_ptr<Listing> listing);
+
+// What `handle` refers to; null, and ERROR_INVALID_HANDLE, when it refers to nothing of the
+// kind.
 HandleTarget LookUpHandle(HANDLE handle);
+std::shared_ptr<Listing> LookUpListing(HANDLE handle);
+std::shared_ptr<const Volume> LookUpVolume(HANDLE handle);

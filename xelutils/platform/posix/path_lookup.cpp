@@ -1,103 +1,131 @@
 #include "xelutils/platform/posix/path_lookup.h"
 
 #include <algorithm>
-#include <dirent.h>
-#include <memory>
+#include <cerrno>
+#include <set>
 #include <sys/stat.h>
+#include <tuple>
+#include <utility>
 
-#include "xelutils/platform/posix/case_tables.h"
+#include "xelutils/platform/posix/folder_names.h"
 
 namespace {
 
-struct CloseListing {
-    void operator()(DIR* listing) const { closedir(listing); }
-};
-using Listing = std::unique_ptr<DIR, CloseListing>;
-
-bool Exists(const std::string& path)
+bool ReadFolderStatus(const std::string& path, struct stat& status)
 {
-    struct stat status;
-    return stat(path.c_str(), &status) == 0;
+    return stat(path.empty() ? "/" : path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool IsFolder(const char* path)
-{
-    struct stat status;
-    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
-}
+class Search {
+public:
+    explicit Search(LookFor lookFor) : m_lookFor(lookFor) {}
 
-std::vector<wchar_t> Folded(std::string_view hostName)
-{
-    std::vector<wchar_t> units = DeviceNameFromHost(hostName);
-    std::transform(units.begin(), units.end(), units.begin(), FoldCase);
-    return units;
-}
+    // Continues `folder`, the host's name of an existing folder, with the components of `rest`,
+    // each of which begins with a separator. `asWritten` while no component has changed its case.
+    std::optional<std::string> Continue(const std::string& folder, const struct stat& status,
+                                        std::string_view rest, bool asWritten)
+    {
+        const std::size_t end = std::min(rest.find('/', 1), rest.size());
+        const std::string_view component = rest.substr(1, end - 1);
+        rest.remove_prefix(end);
 
-// The names in `folder` that differ from `name` in case only, in the order of their bytes.
-std::vector<std::string> Siblings(const std::string& folder, std::string_view name)
-{
-    // A unit takes at most three bytes, so most names of another length need no closer look.
-    constexpr std::size_t kMostBytesPerUnit = 3;
-    std::vector<std::string> siblings;
-    const Listing listing(opendir(folder.empty() ? "/" : folder.c_str()));
-    if (!listing)
-        return siblings;
-    const std::vector<wchar_t> wanted = Folded(name);
-    while (const dirent* const entry = readdir(listing.get())) {
-        const std::string_view candidate = entry->d_name;
-        if (candidate.size() >= wanted.size() &&
-            candidate.size() <= wanted.size() * kMostBytesPerUnit && candidate != name &&
-            Folded(candidate) == wanted)
-            siblings.emplace_back(candidate);
-    }
-    std::sort(siblings.begin(), siblings.end());
-    return siblings;
-}
-
-// Continues `found`, the host's name of an existing folder, with the components of `rest`, each
-// of which begins with a separator.
-std::optional<std::string> Continue(const std::string& found, std::string_view rest)
-{
-    if (rest.empty())
-        return found;
-    const std::size_t end = std::min(rest.find('/', 1), rest.size());
-    const std::string_view component = rest.substr(1, end - 1);
-    rest.remove_prefix(end);
-
-    const auto through = [&](std::string_view name) -> std::optional<std::string> {
-        const std::string next = found + '/' + std::string(name);
-        return Exists(next) ? Continue(next, rest) : std::nullopt;
-    };
-    if (std::optional<std::string> path = through(component))
-        return path;
-    for (const std::string& sibling : Siblings(found, component)) {
-        if (std::optional<std::string> path = through(sibling))
+        const std::string exact = folder + '/' + std::string(component);
+        std::optional<std::string> path;
+        if (rest.empty() && asWritten)
+            m_place = exact; // where the caller found nothing
+        else
+            path = Through(exact, rest, asWritten);
+        if (path)
             return path;
+        for (const std::string& other : NamesInOtherCase(folder, status, component)) {
+            path = Through(folder + '/' + other, rest, false);
+            if (path)
+                break;
+        }
+        return path;
     }
-    return std::nullopt;
+
+    // Where to make what was not found, if the folder exists as written.
+    const std::optional<std::string>& Place() const { return m_place; }
+
+private:
+    std::optional<std::string> Through(const std::string& next, std::string_view rest,
+                                       bool asWritten)
+    {
+        if (rest.empty())
+            return IsWanted(next) ? std::optional(next) : std::nullopt;
+        struct stat status;
+        if (!ReadFolderStatus(next, status))
+            return std::nullopt;
+        // Links to folders further up could lead here by ways without number.
+        const DeadEnd here{status.st_dev, status.st_ino, rest.size()};
+        if (m_deadEnds.count(here) != 0)
+            return std::nullopt;
+        std::optional<std::string> path = Continue(next, status, rest, asWritten);
+        if (!path)
+            m_deadEnds.insert(here);
+        return path;
+    }
+
+    bool IsWanted(const std::string& path) const
+    {
+        struct stat status;
+        switch (m_lookFor) {
+        case LookFor::Entry:
+            return lstat(path.c_str(), &status) == 0;
+        case LookFor::Folder:
+            return ReadFolderStatus(path, status);
+        default:
+            return stat(path.c_str(), &status) == 0;
+        }
+    }
+
+    // A folder, and how many bytes of the path were still to be found in it.
+    using DeadEnd = std::tuple<dev_t, ino_t, std::size_t>;
+
+    const LookFor m_lookFor;
+    std::optional<std::string> m_place;
+    std::set<DeadEnd> m_deadEnds;
+};
+
+std::optional<std::string> SearchFor(const HostPath& path, Search& search)
+{
+    const std::string base = path.text.substr(0, path.baseLength);
+    const std::string_view rest = std::string_view(path.text).substr(path.baseLength);
+    struct stat status;
+    if (rest.empty() || !ReadFolderStatus(base, status))
+        return std::nullopt;
+    return search.Continue(base, status, rest, true);
 }
 
 } // namespace
 
-std::optional<std::string> FindWithoutCase(const HostPath& path)
+bool IsMissing(int hostError)
 {
-    return Continue(path.text.substr(0, path.baseLength),
-                    std::string_view(path.text).substr(path.baseLength));
+    return hostError == ENOENT || hostError == ENOTDIR;
 }
 
-std::optional<std::string> PlaceToCreate(const HostPath& path)
+std::optional<std::string> FindWithoutCase(const HostPath& path, LookFor lookFor)
 {
-    if (path.text.size() == path.baseLength)
-        return std::nullopt;
+    Search search(lookFor);
+    return SearchFor(path, search);
+}
+
+FoundOrPlace FindOrPlaceWithoutCase(const HostPath& path, LookFor lookFor)
+{
+    Search search(lookFor);
+    if (std::optional<std::string> found = SearchFor(path, search))
+        return {std::move(found), std::nullopt};
+    if (search.Place())
+        return {std::nullopt, search.Place()};
+
     const std::size_t lastSeparator = path.text.rfind('/');
+    if (lastSeparator == std::string::npos || lastSeparator < path.baseLength)
+        return {};
     HostPath folder = path;
     folder.text.resize(lastSeparator);
-    std::optional<std::string> place;
-    if (IsFolder(folder.Name()))
-        place = folder.text;
-    else
-        place = FindWithoutCase(folder);
-    if (!place || !IsFolder(HostPath{*place}.Name()))
-        return std::nullopt;
-    return *place + path.text.substr(lastSeparator);
+    std::optional<std::string> place = FindWithoutCase(folder, LookFor::Folder);
+    if (place)
+        place->append(path.text, lastSeparator);
+    return {std::nullopt, std::move(place)};
 }

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "xelutils/platform/posix/case_tables.h"
+#include "xelutils/platform/posix/utf.h"
 
 namespace {
 
@@ -18,19 +19,9 @@ bool IsSeparator(wchar_t unit)
     return unit == '\\' || unit == '/';
 }
 
-bool IsCarrier(wchar_t unit)
+bool IsCarrier(char32_t character)
 {
-    return unit >= kCarrierBase + 0x80 && unit <= kCarrierBase + 0xFF;
-}
-
-bool IsHighSurrogate(unsigned unit)
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-bool IsLowSurrogate(unsigned unit)
-{
-    return unit >= 0xDC00 && unit <= 0xDFFF;
+    return character >= kCarrierBase + 0x80 && character <= kCarrierBase + 0xFF;
 }
 
 // ---- One name -----------------------------------------------------------------------------
@@ -65,54 +56,30 @@ Decoded DecodeCharacter(std::string_view bytes)
     return {character, length};
 }
 
-void AppendCharacter(std::string& text, char32_t character)
-{
-    const auto append = [&text](char32_t byte) { text.push_back(static_cast<char>(byte)); };
-    if (character < 0x80) {
-        append(character);
-        return;
-    }
-    if (character < 0x800) {
-        append(0xC0 | character >> 6);
-    } else {
-        if (character < 0x10000) {
-            append(0xE0 | character >> 12);
-        } else {
-            append(0xF0 | character >> 18);
-            append(0x80 | (character >> 12 & 0x3F));
-        }
-        append(0x80 | (character >> 6 & 0x3F));
-    }
-    append(0x80 | (character & 0x3F));
-}
-
 // Appends the bytes of one component; false when no host name stands for it.
 bool AppendHostName(std::string& path, const wchar_t* name, std::size_t length)
 {
     const std::size_t start = path.size();
     bool carries = false;
-    for (std::size_t i = 0; i < length; ++i) {
-        const wchar_t unit = name[i];
-        if (IsHighSurrogate(unit) && i + 1 < length && IsLowSurrogate(name[i + 1])) {
-            const char32_t high = unit - 0xD800u;
-            const char32_t low = name[++i] - 0xDC00u;
-            AppendCharacter(path, 0x10000 + (high << 10 | low));
-        } else if (IsCarrier(unit)) {
-            path.push_back(static_cast<char>(unit - kCarrierBase));
+    const wchar_t* const end = name + length;
+    for (const wchar_t* unit = name; unit != end;) {
+        const char32_t character = TakeCharacter(unit, end);
+        if (IsCarrier(character)) {
+            path.push_back(static_cast<char>(character - kCarrierBase));
             carries = true;
-        } else if (unit == kCarriedBackslash) {
+        } else if (character == kCarriedBackslash) {
             path.push_back('\\');
-        } else if (IsHighSurrogate(unit) || IsLowSurrogate(unit)) {
+        } else if (IsHighSurrogate(character) || IsLowSurrogate(character)) {
             return false;
         } else {
-            AppendCharacter(path, unit);
+            AppendUtf8(path, character);
         }
     }
     if (!carries)
         return true;
     // Carried bytes that make up a character would be a second name for the same file.
     const std::vector<wchar_t> proper = DeviceNameFromHost(std::string_view(path).substr(start));
-    return std::equal(proper.begin(), proper.end(), name, name + length);
+    return std::equal(proper.begin(), proper.end(), name, end);
 }
 
 void AppendDeviceName(std::vector<wchar_t>& units, std::string_view hostName)

@@ -1,0 +1,143 @@
+// Trees where the host sets limits: rights, room on the disk, the stack.
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <string>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "files/tree_picture.h"
+#include "support/test_folder.h"
+#include "xelutils/files/file_funcs_ex.h"
+
+using namespace FileFuncsEx;
+
+namespace {
+
+using String = CXelStringT<wchar_t>;
+namespace fs = std::filesystem;
+
+// While it lives, files cannot grow beyond `bytes`.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
+
+private:
+    rlimit m_before;
+};
+
+// In a thread with little stack.
+void RunWithSmallStack(void* (*work)(void*), void* argument)
+{
+    constexpr std::size_t kStackBytes = 256 * 1024;
+    pthread_attr_t attributes;
+    pthread_t thread;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStackBytes), 0);
+    ASSERT_EQ(pthread_create(&thread, &attributes, work, argument), 0);
+    EXPECT_EQ(pthread_join(thread, nullptr), 0);
+    pthread_attr_destroy(&attributes);
+}
+
+// Not as root, whom nothing is forbidden.
+void BecomeOrdinary()
+{
+    constexpr uid_t kNobody = 65534;
+    if (geteuid() == 0 && setuid(kNobody) != 0)
+        std::_Exit(2);
+}
+
+} // namespace
+
+TEST(DirectoryTreeLimits, FullDisk)
+{
+    const TestFolder folder;
+    MakeTree(folder.HostPath(""), {"from/sub/", "to/sub/old"});
+    folder.Write("from/sub/old", std::string(100000, 'x'));
+    const auto before = PictureOf(folder.HostPath("to"));
+    {
+        const FileSizeLimit full(65536);
+        EXPECT_EQ(CopyDirectory(folder.Path("from"), folder.Path("to"), 1), 0);
+        EXPECT_EQ(CopyFromTo(folder.Path("from/sub/old"), folder.Path("to/sub/new"), 1), 0);
+    }
+    EXPECT_EQ(PictureOf(folder.HostPath("to")), before);
+    EXPECT_EQ(CopyDirectory(folder.Path("from"), folder.Path("to"), 1), 1);
+    EXPECT_EQ(PictureOf(folder.HostPath("to")), PictureOf(folder.HostPath("from")));
+}
+
+TEST(DirectoryTreeLimits, FoldersWithoutPermission)
+{
+    const TestFolder folder;
+    MakeTree(folder.HostPath(""), {"closed/a", "tree/fixed/b", "to/"});
+    fs::permissions(folder.HostPath("to"), fs::perms::all);
+    fs::permissions(folder.HostPath("tree"), fs::perms::all);
+    fs::permissions(folder.HostPath("tree/fixed"), fs::perms(0555));
+    fs::permissions(folder.HostPath("closed"), fs::perms::none);
+    const auto check = [&folder] {
+        BecomeOrdinary();
+        // It lists nothing, as if it were empty.
+        if (CopyDirectory(folder.Path("closed"), folder.Path("to/closed"), 1) != 1 ||
+            !fs::is_empty(folder.HostPath("to/closed")))
+            std::_Exit(3);
+        if (RemoveDirectoryTree(folder.Path("closed")) != 0 ||
+            CountFiles(folder.Path("closed")) != 0)
+            std::_Exit(4);
+        if (CopyDirectory(folder.Path("to"), folder.Path("tree/fixed"), 1) != 1 ||
+            CopyDirectory(folder.Path("tree"), folder.Path("closed"), 1) != 0 ||
+            CreateDirectoryTree(folder.Path("tree/fixed/x/y")) != 0)
+            std::_Exit(5);
+        std::_Exit(RemoveDirectoryTree(folder.Path("tree")) == 0 ? 0 : 1);
+    };
+    EXPECT_EXIT(check(), testing::ExitedWithCode(0), "");
+    fs::permissions(folder.HostPath("closed"), fs::perms::owner_all);
+    EXPECT_EQ(folder.Read("closed/a"), "closed/a");
+    EXPECT_EQ(folder.Read("tree/fixed/b"), "tree/fixed/b");
+    EXPECT_EQ(PictureOf(folder.HostPath("tree")).size(), 2u);
+}
+
+TEST(DirectoryTreeLimits, DeepTreesOnALittleStack)
+{
+    constexpr int kLevels = 900;
+    const TestFolder folder;
+    std::string deepest = "tree";
+    for (int level = 0; level < kLevels; ++level)
+        deepest += "/d";
+    MakeTree(folder.HostPath(""), {(deepest + "/f").c_str()});
+    String tree = folder.Path("tree");
+    const auto remove = [](void* path) -> void* {
+        EXPECT_EQ(RemoveDirectoryTree(*static_cast<const String*>(path)), 1);
+        return nullptr;
+    };
+    RunWithSmallStack(remove, &tree);
+    EXPECT_TRUE(fs::is_empty(folder.HostPath("")));
+}
+
+TEST(DirectoryTreeLimits, RootAndWorkingDirectoryStay)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const TestFolder folder;
+    MakeTree(folder.HostPath(""), {"work/here/a", "work/b", "c"});
+    const auto before = PictureOf(folder.HostPath(""));
+    const auto check = [&folder, &before] {
+        setenv("XEL_DEVICE_ROOT", folder.HostPath("").c_str(), 1);
+        fs::current_path(folder.HostPath("work/here"));
+        for (const wchar_t* const path : {L"", L"\\", L"/", L"\\.", L"\\work\\..", L".", L"..",
+                                          L"..\\..", L"..\\..\\..", L"..\\here\\.."}) {
+            if (RemoveDirectoryTree(path) != 0)
+                std::_Exit(1);
+        }
+        const bool isWhole = PictureOf(folder.HostPath("")) == before;
+        fs::remove_all(folder.HostPath(""));
+        std::_Exit(isWhole ? 0 : 1);
+    };
+    EXPECT_EXIT(check(), testing::ExitedWithCode(0), "");
+}

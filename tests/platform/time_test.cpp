@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <ostream>
+#include <string>
+
+#include "xelutils/platform/coredll.h"
+
+bool operator==(const SYSTEMTIME& a, const SYSTEMTIME& b)
+{
+    return a.wYear == b.wYear && a.wMonth == b.wMonth && a.wDayOfWeek == b.wDayOfWeek &&
+           a.wDay == b.wDay && a.wHour == b.wHour && a.wMinute == b.wMinute &&
+           a.wSecond == b.wSecond && a.wMilliseconds == b.wMilliseconds;
+}
+
+void PrintTo(const SYSTEMTIME& time, std::ostream* out)
+{
+    *out << time.wYear << '-' << time.wMonth << '-' << time.wDay << " (" << time.wDayOfWeek << ") "
+         << time.wHour << ':' << time.wMinute << ':' << time.wSecond << '.' << time.wMilliseconds;
+}
+
+namespace {
+
+FILETIME FileTime(std::uint64_t steps)
+{
+    return {static_cast<DWORD>(steps), static_cast<DWORD>(steps >> 32)};
+}
+
+std::uint64_t Steps(const FILETIME& time)
+{
+    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
+constexpr std::uint64_t kHour = 36'000'000'000;
+constexpr std::uint64_t kMarch2024 = 133541212791230000;
+
+// The host's zone for one test.
+class InZone {
+public:
+    explicit InZone(const char* zone)
+    {
+        if (const char* before = std::getenv("TZ"))
+            m_before = before;
+        else
+            m_wasSet = false;
+        setenv("TZ", zone, 1);
+    }
+    ~InZone() { m_wasSet ? setenv("TZ", m_before.c_str(), 1) : unsetenv("TZ"); }
+
+private:
+    std::string m_before;
+    bool m_wasSet = true;
+};
+
+} // namespace
+
+TEST(Time, FieldsOfFileTimes)
+{
+    const struct {
+        std::uint64_t steps;
+        SYSTEMTIME fields;
+    } rows[] = {
+        {0, {1601, 1, 1, 1, 0, 0, 0, 0}},
+        {kMarch2024, {2024, 3, 2, 5, 14, 7, 59, 123}},
+        {116444736000000000, {1970, 1, 4, 1, 0, 0, 0, 0}},
+        {94354847990000000, {1899, 12, 0, 31, 23, 59, 59, 0}},
+        {94405824000000000 - 10000, {1900, 2, 3, 28, 23, 59, 59, 999}},
+        {94405824000000000, {1900, 3, 4, 1, 0, 0, 0, 0}},
+        {125962560000000000, {2000, 2, 2, 29, 0, 0, 0, 0}},
+        {125963424000000000, {2000, 3, 3, 1, 0, 0, 0, 0}},
+        {9223149887999990000, {30827, 12, 5, 31, 23, 59, 59, 999}},
+    };
+    for (const auto& row : rows) {
+        SYSTEMTIME fields = {};
+        const FILETIME time = FileTime(row.steps);
+        EXPECT_TRUE(FileTimeToSystemTime(&time, &fields));
+        EXPECT_EQ(fields, row.fields);
+        // The day of the week is not looked at.
+        fields.wDayOfWeek = 99;
+        FILETIME back = {};
+        EXPECT_TRUE(SystemTimeToFileTime(&fields, &back));
+        EXPECT_EQ(Steps(back), row.steps);
+    }
+}
+
+TEST(Time, LimitsOfFileTimes)
+{
+    SYSTEMTIME fields = {};
+    // What is less than a millisecond is cut.
+    FILETIME time = FileTime(19'999);
+    EXPECT_TRUE(FileTimeToSystemTime(&time, &fields));
+    EXPECT_EQ(fields, (SYSTEMTIME{1601, 1, 1, 1, 0, 0, 0, 1}));
+    time = FileTime(0x7FFFFFFFFFFFFFFF);
+    EXPECT_TRUE(FileTimeToSystemTime(&time, &fields));
+    EXPECT_EQ(fields, (SYSTEMTIME{30828, 9, 4, 14, 2, 48, 5, 477}));
+
+    time = FileTime(0x8000000000000000);
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_FALSE(FileTimeToSystemTime(&time, &fields));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(fields, (SYSTEMTIME{30828, 9, 4, 14, 2, 48, 5, 477}));
+}
+
+TEST(Time, RefusesDatesThatThereAreNot)
+{
+    const SYSTEMTIME rows[] = {
+        {1600, 12, 0, 31, 0, 0, 0, 0},  {30828, 1, 0, 1, 0, 0, 0, 0},
+        {2024, 0, 0, 1, 0, 0, 0, 0},    {2024, 13, 0, 1, 0, 0, 0, 0},
+        {2024, 257, 0, 1, 0, 0, 0, 0},  {2024, 1, 0, 0, 0, 0, 0, 0},
+        {2024, 4, 0, 31, 0, 0, 0, 0},   {1900, 2, 0, 29, 0, 0, 0, 0},
+        {2024, 1, 0, 257, 0, 0, 0, 0},  {2024, 1, 0, 1, 24, 0, 0, 0},
+        {2024, 1, 0, 1, 0, 60, 0, 0},   {2024, 1, 0, 1, 0, 0, 60, 0},
+        {2024, 1, 0, 1, 0, 0, 0, 1000},
+    };
+    for (const SYSTEMTIME& row : rows) {
+        FILETIME time = FileTime(7);
+        SetLastError(ERROR_SUCCESS);
+        EXPECT_FALSE(SystemTimeToFileTime(&row, &time)) << testing::PrintToString(row);
+        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(Steps(time), 7u);
+    }
+}
+
+TEST(Time, LocalTimeFollowsTheZone)
+{
+    const struct {
+        const char* zone;
+        std::uint64_t utc;
+        std::uint64_t local;
+    } rows[] = {
+        {"UTC0", kMarch2024, kMarch2024},
+        {"EAST-5:30", kMarch2024, kMarch2024 + 5 * kHour + kHour / 2},
+        {"WEST8", kMarch2024, kMarch2024 - 8 * kHour},
+        {"WEST8", 8 * kHour, 0},
+        {"EAST-2", 0, 2 * kHour},
+        {"EAST-2", 0x7FFFFFFFFFFFFFFF - 2 * kHour, 0x7FFFFFFFFFFFFFFF},
+    };
+    for (const auto& row : rows) {
+        const InZone zone(row.zone);
+        FILETIME local = {};
+        const FILETIME utc = FileTime(row.utc);
+        EXPECT_TRUE(FileTimeToLocalFileTime(&utc, &local)) << row.zone;
+        EXPECT_EQ(Steps(local), row.local) << row.zone;
+    }
+}
+
+TEST(Time, LocalTimeMustBeAFileTime)
+{
+    const struct {
+        const char* zone;
+        std::uint64_t utc;
+    } rows[] = {
+        {"WEST8", 8 * kHour - 1},
+        {"EAST-2", 0x7FFFFFFFFFFFFFFF - 2 * kHour + 1},
+        {"WEST8", 0x8000000000000000},
+    };
+    for (const auto& row : rows) {
+        const InZone zone(row.zone);
+        FILETIME local = FileTime(7);
+        const FILETIME utc = FileTime(row.utc);
+        SetLastError(ERROR_SUCCESS);
+        EXPECT_FALSE(FileTimeToLocalFileTime(&utc, &local)) << row.utc;
+        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(Steps(local), 7u);
+    }
+}
+
+// Summer time now counts for a winter's file too, as callers know it from the device.
+TEST(Time, LocalTimeHasThePresentOffsetInSummerAndWinter)
+{
+    const InZone zone("EST5EDT,M3.2.0,M11.1.0");
+    const FILETIME march = FileTime(kMarch2024);
+    const FILETIME september = FileTime(kMarch2024 + 180 * 24 * kHour);
+    FILETIME localMarch = {};
+    FILETIME localSeptember = {};
+    EXPECT_TRUE(FileTimeToLocalFileTime(&march, &localMarch));
+    EXPECT_TRUE(FileTimeToLocalFileTime(&september, &localSeptember));
+    EXPECT_EQ(Steps(march) - Steps(localMarch), Steps(september) - Steps(localSeptember));
+}
+
+TEST(Time, SystemTimeIsNowInUtc)
+{
+    using namespace std::chrono;
+    const InZone zone("EAST-5:30");
+    const auto now = [] {
+        return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    };
+    const auto before = now();
+    SYSTEMTIME fields = {};
+    GetSystemTime(&fields);
+    const auto after = now();
+    FILETIME time = {};
+    ASSERT_TRUE(SystemTimeToFileTime(&fields, &time));
+    const auto since1970 = static_cast<long long>((Steps(time) - 116444736000000000) / 10'000);
+    EXPECT_GE(since1970, before);
+    EXPECT_LE(since1970, after);
+}
+
+TEST(Time, TicksAreMilliseconds)
+{
+    using namespace std::chrono;
+    const auto start = steady_clock::now();
+    const DWORD first = GetTickCount();
+    Sleep(20);
+    const DWORD elapsed = GetTickCount() - first;
+    const auto most = duration_cast<milliseconds>(steady_clock::now() - start).count();
+    EXPECT_GE(elapsed, 19u);
+    EXPECT_LE(elapsed, most + 1);
+}
