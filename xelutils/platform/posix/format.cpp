@@ -36,32 +36,32 @@ struct Number {
     }
 };
 
-template <class T> void PutNumber(FormatOutput<T>& output, const FormatSpec& spec, Number& number)
+template <class T> void PutNumber(FormatOutput<T>& output, const FormatSpec& field, Number& number)
 {
     const std::size_t length = number.Length();
-    std::size_t pad = spec.width > length ? spec.width - length : 0;
-    if (spec.zero && !spec.left) {
+    std::size_t pad = field.width > length ? field.width - length : 0;
+    if (field.zero && !field.left) {
         number.zeros += pad;
         pad = 0;
     }
-    if (pad != 0 && !spec.left)
+    if (pad != 0 && !field.left)
         output.Fill(' ', pad);
     output.PutAscii(number.prefix, number.prefixLength);
     output.Fill('0', number.zeros);
     output.PutAscii(number.body, number.bodyLength);
     output.Fill('0', number.trailingZeros);
     output.PutAscii(number.tail, number.tailLength);
-    if (spec.left)
+    if (field.left)
         output.Fill(' ', pad);
 }
 
-void PutSign(Number& number, const FormatSpec& spec, bool negative)
+void PutSign(Number& number, const FormatSpec& field, bool negative)
 {
     if (negative)
         number.Prefix('-');
-    else if (spec.plus)
+    else if (field.plus)
         number.Prefix('+');
-    else if (spec.space)
+    else if (field.space)
         number.Prefix(' ');
 }
 
@@ -100,61 +100,61 @@ unsigned long long NextUnsigned(Arguments& arguments, FormatSpec::Size size)
 constexpr std::size_t kIntegerRoom = 22;
 
 template <class T>
-void PutInteger(FormatOutput<T>& output, FormatSpec spec, Number& number, unsigned long long value,
+void PutInteger(FormatOutput<T>& output, FormatSpec field, Number& number, unsigned long long value,
                 int base)
 {
     char digits[kIntegerRoom];
     char* const end = std::to_chars(digits, digits + kIntegerRoom, value, base).ptr;
     number.body = digits;
     number.bodyLength = static_cast<std::size_t>(end - digits);
-    if (spec.conversion == 'X' || spec.conversion == 'p')
+    if (field.conversion == 'X' || field.conversion == 'p')
         std::transform(digits, end, digits, [](char digit) {
             return digit >= 'a' ? static_cast<char>(digit - 'a' + 'A') : digit;
         });
 
-    if (spec.hasPrecision) {
+    if (field.hasPrecision) {
         // A precision of 0 shows nothing of the number 0, and zeros come from the precision alone.
         if (value == 0)
             number.bodyLength = 0;
-        if (spec.precision > number.bodyLength)
-            number.zeros = spec.precision - number.bodyLength;
-        spec.zero = false;
+        if (field.precision > number.bodyLength)
+            number.zeros = field.precision - number.bodyLength;
+        field.zero = false;
     }
     const bool beginsWithZero = number.zeros != 0 || (number.bodyLength != 0 && digits[0] == '0');
-    if (spec.alternate && base == 8 && !beginsWithZero)
+    if (field.alternate && base == 8 && !beginsWithZero)
         number.zeros = 1;
-    if (spec.alternate && base == 16 && value != 0) {
+    if (field.alternate && base == 16 && value != 0) {
         number.Prefix('0');
-        number.Prefix(spec.conversion == 'x' ? 'x' : 'X');
+        number.Prefix(field.conversion == 'x' ? 'x' : 'X');
     }
-    PutNumber(output, spec, number);
+    PutNumber(output, field, number);
 }
 
 template <class T>
-void PutSigned(FormatOutput<T>& output, const FormatSpec& spec, Arguments& arguments)
+void PutSigned(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
 {
-    const long long value = NextSigned(arguments, spec.size);
+    const long long value = NextSigned(arguments, field.size);
     Number number;
-    PutSign(number, spec, value < 0);
+    PutSign(number, field, value < 0);
     const auto bits = static_cast<unsigned long long>(value);
-    PutInteger(output, spec, number, value < 0 ? 0 - bits : bits, 10);
+    PutInteger(output, field, number, value < 0 ? 0 - bits : bits, 10);
 }
 
 template <class T>
-void PutUnsigned(FormatOutput<T>& output, const FormatSpec& spec, Arguments& arguments, int base)
+void PutUnsigned(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments, int base)
 {
     Number number;
-    PutInteger(output, spec, number, NextUnsigned(arguments, spec.size), base);
+    PutInteger(output, field, number, NextUnsigned(arguments, field.size), base);
 }
 
 // All digits of an address, whatever the precision.
-template <class T> void PutPointer(FormatOutput<T>& output, FormatSpec spec, Arguments& arguments)
+template <class T> void PutPointer(FormatOutput<T>& output, FormatSpec field, Arguments& arguments)
 {
     const auto value = reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*));
-    spec.hasPrecision = true;
-    spec.precision = 2 * sizeof(void*);
+    field.hasPrecision = true;
+    field.precision = 2 * sizeof(void*);
     Number number;
-    PutInteger(output, spec, number, value, 16);
+    PutInteger(output, field, number, value, 16);
 }
 
 // ---- Floating point ------------------------------------------------------------------------
@@ -250,11 +250,11 @@ void WriteGeneral(Number& number, FloatText& text, double magnitude, unsigned si
 }
 
 // Infinity and the like, padded with zeros as if it had digits.
-void WriteSpecial(Number& number, FloatText& text, double value, const FormatSpec& spec,
+void WriteSpecial(Number& number, FloatText& text, double value, const FormatSpec& field,
                   unsigned precision)
 {
     constexpr unsigned kAll = 9;
-    switch (spec.conversion) {
+    switch (field.conversion) {
     case 'g':
     case 'G':
         number.bodyLength = SpecialDigits(value, precision < 2 ? kAll : precision - 1, text.body);
@@ -262,7 +262,7 @@ void WriteSpecial(Number& number, FloatText& text, double value, const FormatSpe
     case 'e':
     case 'E':
         number.tail = text.exponent;
-        number.tailLength = PutExponent(0, spec.conversion, text.exponent);
+        number.tailLength = PutExponent(0, field.conversion, text.exponent);
         break;
     default:
         break;
@@ -273,27 +273,27 @@ void WriteSpecial(Number& number, FloatText& text, double value, const FormatSpe
 }
 
 template <class T>
-void PutFloat(FormatOutput<T>& output, const FormatSpec& spec, Arguments& arguments)
+void PutFloat(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
 {
     const double value = va_arg(arguments.list, double);
     const double magnitude = std::fabs(value);
-    const unsigned precision = spec.hasPrecision ? spec.precision : kDefaultPrecision;
-    const char mark = spec.conversion == 'E' || spec.conversion == 'G' ? 'E' : 'e';
+    const unsigned precision = field.hasPrecision ? field.precision : kDefaultPrecision;
+    const char mark = field.conversion == 'E' || field.conversion == 'G' ? 'E' : 'e';
 
     Number number;
     FloatText text;
     number.body = text.body;
-    PutSign(number, spec, std::signbit(value));
+    PutSign(number, field, std::signbit(value));
     if (!std::isfinite(value)) {
-        WriteSpecial(number, text, value, spec, precision);
-    } else if (spec.conversion == 'f') {
-        WriteFixed(number, text, magnitude, precision, spec.alternate);
-    } else if (spec.conversion == mark) {
-        WriteScientific(number, text, magnitude, precision, spec.alternate, mark);
+        WriteSpecial(number, text, value, field, precision);
+    } else if (field.conversion == 'f') {
+        WriteFixed(number, text, magnitude, precision, field.alternate);
+    } else if (field.conversion == mark) {
+        WriteScientific(number, text, magnitude, precision, field.alternate, mark);
     } else {
-        WriteGeneral(number, text, magnitude, precision, spec.alternate, mark);
+        WriteGeneral(number, text, magnitude, precision, field.alternate, mark);
     }
-    PutNumber(output, spec, number);
+    PutNumber(output, field, number);
 }
 
 // ---- Text ----------------------------------------------------------------------------------
@@ -310,78 +310,78 @@ template <class U> std::size_t LengthWithin(const U* text, std::size_t limit)
 // Calls `put` with the padding that the width asks for in front of it or behind it. Zeros pad
 // texts too.
 template <class T, class Put>
-void Pad(FormatOutput<T>& output, const FormatSpec& spec, std::size_t length, Put put)
+void Pad(FormatOutput<T>& output, const FormatSpec& field, std::size_t length, Put put)
 {
-    const std::size_t pad = spec.width > length ? spec.width - length : 0;
-    if (!spec.left)
-        output.Fill(spec.zero ? '0' : ' ', pad);
+    const std::size_t pad = field.width > length ? field.width - length : 0;
+    if (!field.left)
+        output.Fill(field.zero ? '0' : ' ', pad);
     put();
-    if (spec.left)
+    if (field.left)
         output.Fill(' ', pad);
 }
 
 // The precision counts units of the text that is given.
-std::size_t TextLimit(const FormatSpec& spec)
+std::size_t TextLimit(const FormatSpec& field)
 {
-    return spec.hasPrecision ? spec.precision : static_cast<std::size_t>(INT_MAX);
+    return field.hasPrecision ? field.precision : static_cast<std::size_t>(INT_MAX);
 }
 
 template <class T>
-void PutText(FormatOutput<T>& output, const FormatSpec& spec, const T* text, std::size_t length)
+void PutText(FormatOutput<T>& output, const FormatSpec& field, const T* text, std::size_t length)
 {
-    Pad(output, spec, length, [&] { output.Put(text, length); });
+    Pad(output, field, length, [&] { output.Put(text, length); });
 }
 
 template <class T>
-void PutText(FormatOutput<T>& output, const FormatSpec& spec,
+void PutText(FormatOutput<T>& output, const FormatSpec& field,
              const typename FormatOutput<T>::Other* text, std::size_t length)
 {
     const std::size_t converted = length == 0 ? 0 : FormatOutput<T>::ConvertedLength(text, length);
-    Pad(output, spec, converted, [&] { output.PutConverted(text, length, converted); });
+    Pad(output, field, converted, [&] { output.PutConverted(text, length, converted); });
 }
 
 template <class T, class U>
-void PutString(FormatOutput<T>& output, const FormatSpec& spec, const U* text)
+void PutString(FormatOutput<T>& output, const FormatSpec& field, const U* text)
 {
     static constexpr T kNull[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
     if (text)
-        PutText(output, spec, text, LengthWithin(text, TextLimit(spec)));
+        PutText(output, field, text, LengthWithin(text, TextLimit(field)));
     else
-        PutText(output, spec, kNull, LengthWithin(kNull, TextLimit(spec)));
+        PutText(output, field, kNull, LengthWithin(kNull, TextLimit(field)));
 }
 
 // Whether the argument is wide: by its size, else %c and %s are of the format's own width and %C
 // and %S of the other.
-template <class T> bool IsWideText(const FormatSpec& spec)
+template <class T> bool IsWideText(const FormatSpec& field)
 {
-    if (spec.size == FormatSpec::Size::bits16)
+    if (field.size == FormatSpec::Size::bits16)
         return false;
-    if (spec.size == FormatSpec::Size::bits32 || spec.size == FormatSpec::Size::wide)
+    if (field.size == FormatSpec::Size::bits32 || field.size == FormatSpec::Size::wide)
         return true;
-    const bool own = spec.conversion == 'c' || spec.conversion == 's';
+    const bool own = field.conversion == 'c' || field.conversion == 's';
     return own == std::is_same_v<T, wchar_t>;
 }
 
 template <class T>
-void PutStringArgument(FormatOutput<T>& output, const FormatSpec& spec, Arguments& arguments)
+void PutStringArgument(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
 {
     const void* const text = va_arg(arguments.list, const void*);
-    if (IsWideText<T>(spec))
-        PutString(output, spec, static_cast<const wchar_t*>(text));
+    if (IsWideText<T>(field))
+        PutString(output, field, static_cast<const wchar_t*>(text));
     else
-        PutString(output, spec, static_cast<const char*>(text));
+        PutString(output, field, static_cast<const char*>(text));
 }
 
 template <class T>
-void PutCharacter(FormatOutput<T>& output, const FormatSpec& spec, Arguments& arguments)
+void PutCharacter(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
 {
     const int value = va_arg(arguments.list, int);
-    if (IsWideText<T>(spec)) {
+    if (IsWideText<T>(field)) {
         const auto unit = static_cast<wchar_t>(value);
-        PutText(output, spec, &unit, 1);
+        PutText(output, field, &unit, 1);
     } else {
         const auto unit = static_cast<char>(value);
-        PutText(output, spec, &unit, 1);
+        PutText(output, field, &unit, 1);
     }
 }
 
@@ -389,39 +389,39 @@ void PutCharacter(FormatOutput<T>& output, const FormatSpec& spec, Arguments& ar
 
 // False when the text ends here.
 template <class T>
-bool PutArgument(FormatOutput<T>& output, const FormatSpec& spec, Arguments& arguments)
+bool PutArgument(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
 {
-    switch (spec.conversion) {
+    switch (field.conversion) {
     case 'd':
     case 'i':
-        PutSigned(output, spec, arguments);
+        PutSigned(output, field, arguments);
         break;
     case 'u':
-        PutUnsigned(output, spec, arguments, 10);
+        PutUnsigned(output, field, arguments, 10);
         break;
     case 'o':
-        PutUnsigned(output, spec, arguments, 8);
+        PutUnsigned(output, field, arguments, 8);
         break;
     case 'x':
     case 'X':
-        PutUnsigned(output, spec, arguments, 16);
+        PutUnsigned(output, field, arguments, 16);
         break;
     case 'p':
-        PutPointer(output, spec, arguments);
+        PutPointer(output, field, arguments);
         break;
     case 'c':
     case 'C':
-        PutCharacter(output, spec, arguments);
+        PutCharacter(output, field, arguments);
         break;
     case 's':
     case 'S':
-        PutStringArgument(output, spec, arguments);
+        PutStringArgument(output, field, arguments);
         break;
     case 'n':
         // A format that stores into the program's memory is a fault, whoever wrote it.
         return false;
     default:
-        PutFloat(output, spec, arguments);
+        PutFloat(output, field, arguments);
     }
     return true;
 }
@@ -441,11 +441,11 @@ template <class T> int Format(T* buffer, std::size_t count, const T* format, va_
             output.Put(*at);
             at += 2;
         } else {
-            FormatSpec spec;
-            at = ReadFormatSpec(at + 1, spec, nextInt);
-            if (spec.conversion == 0 && *at == '%')
+            FormatSpec field;
+            at = ReadFormatSpec(at + 1, field, nextInt);
+            if (field.conversion == 0 && *at == '%')
                 output.Put(*at++);
-            else if (spec.conversion != 0 && !PutArgument(output, spec, arguments))
+            else if (field.conversion != 0 && !PutArgument(output, field, arguments))
                 break;
         }
     }

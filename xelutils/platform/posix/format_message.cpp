@@ -73,7 +73,7 @@ struct Piece {
     // 1 to 99; 0 for text.
     int insert = 0;
     // How the insert is shown, and what stands behind that between the exclamation marks.
-    FormatSpec spec;
+    FormatSpec field;
     bool starWidth = false;
     bool starPrecision = false;
     const wchar_t* rest = nullptr;
@@ -118,20 +118,20 @@ const wchar_t* ReadInsertFormat(const wchar_t* at, Piece& piece)
         ++end;
     if (*end == 0)
         return nullptr;
-    piece.spec = {};
+    piece.field = {};
     // The stars' values come later: only their places are noted, in the order of reading.
-    const wchar_t* const widthEnd = format_spec::ReadFlags(at, piece.spec);
+    const wchar_t* const widthEnd = format_spec::ReadFlags(at, piece.field);
     piece.starWidth = *widthEnd == '*';
-    const wchar_t* rest = ReadFormatSpec(at, piece.spec, [] { return 0; });
+    const wchar_t* rest = ReadFormatSpec(at, piece.field, [] { return 0; });
     const wchar_t* point = widthEnd;
     while (point != rest && *point != '.')
         ++point;
     piece.starPrecision = point != rest && point[1] == '*';
-    if (!TakesArgument(piece.spec.conversion)) {
+    if (!TakesArgument(piece.field.conversion)) {
         // What means nothing is text. Storing is not done.
-        if (piece.spec.conversion != 0 && piece.spec.conversion != 'n')
+        if (piece.field.conversion != 0 && piece.field.conversion != 'n')
             --rest;
-        piece.spec.conversion = 0;
+        piece.field.conversion = 0;
         piece.starWidth = piece.starPrecision = false;
     }
     piece.rest = rest;
@@ -146,7 +146,7 @@ const wchar_t* ReadInsert(const wchar_t* at, Piece& piece)
     piece.insert = *at++ - '0';
     if (IsDigit(*at))
         piece.insert = piece.insert * 10 + (*at++ - '0');
-    piece.spec.conversion = 's';
+    piece.field.conversion = 's';
     return *at == '!' ? ReadInsertFormat(at + 1, piece) : at;
 }
 
@@ -214,9 +214,9 @@ public:
         bool isLong[kMaxArguments + 1] = {};
         int count = 0;
         ForEachPiece(pattern, [&](const Piece& piece) {
-            if (piece.insert != 0 && piece.spec.conversion != 0) {
+            if (piece.insert != 0 && piece.field.conversion != 0) {
                 const int place = ValuePlace(piece);
-                isLong[place] |= piece.spec.size == FormatSpec::Size::bits64;
+                isLong[place] |= piece.field.size == FormatSpec::Size::bits64;
                 count = std::max(count, place);
             }
             return true;
@@ -254,7 +254,7 @@ private:
         const bool sound = ForEachPiece(pattern, [&](const Piece& piece) {
             const int stars = (piece.starWidth ? 1 : 0) + (piece.starPrecision ? 1 : 0);
             m_stars[piece.insert] = std::max(m_stars[piece.insert], stars);
-            return piece.spec.width <= kMaxWidth && piece.spec.precision <= kMaxWidth;
+            return piece.field.width <= kMaxWidth && piece.field.precision <= kMaxWidth;
         });
         int place = 1;
         for (int number = 1; number <= kMaxInserts; ++number) {
@@ -284,7 +284,7 @@ int Print(wchar_t* buffer, std::size_t count, const wchar_t* format, ...)
 struct InsertFormat {
     wchar_t text[16];
 
-    explicit InsertFormat(const FormatSpec& spec)
+    explicit InsertFormat(const FormatSpec& field)
     {
         wchar_t* at = text;
         const auto put = [&at](bool wanted, const char* characters) {
@@ -292,18 +292,18 @@ struct InsertFormat {
                 *at++ = static_cast<wchar_t>(*characters);
         };
         put(true, "%");
-        put(spec.left, "-");
-        put(spec.plus, "+");
-        put(spec.space, " ");
-        put(spec.alternate, "#");
-        put(spec.zero, "0");
+        put(field.left, "-");
+        put(field.plus, "+");
+        put(field.space, " ");
+        put(field.alternate, "#");
+        put(field.zero, "0");
         put(true, "*.*");
-        put(spec.size == FormatSpec::Size::bits16, "h");
-        put(spec.size == FormatSpec::Size::bits32, "l");
-        put(spec.size == FormatSpec::Size::wide, "w");
-        put(spec.size == FormatSpec::Size::bits64, "I64");
-        put(spec.size == FormatSpec::Size::pointer, "I");
-        *at++ = static_cast<wchar_t>(spec.conversion);
+        put(field.size == FormatSpec::Size::bits16, "h");
+        put(field.size == FormatSpec::Size::bits32, "l");
+        put(field.size == FormatSpec::Size::wide, "w");
+        put(field.size == FormatSpec::Size::bits64, "I64");
+        put(field.size == FormatSpec::Size::pointer, "I");
+        *at++ = static_cast<wchar_t>(field.conversion);
         *at = 0;
     }
 };
@@ -312,24 +312,24 @@ struct InsertFormat {
 int PrintInsert(wchar_t* buffer, std::size_t count, const Piece& piece,
                 const MessageArguments& arguments)
 {
-    const FormatSpec& spec = piece.spec;
-    const InsertFormat format(spec);
+    const FormatSpec& field = piece.field;
+    const InsertFormat format(field);
     const int value = arguments.ValuePlace(piece);
-    const int width =
-        piece.starWidth ? arguments.Int(arguments.WidthPlace(piece)) : static_cast<int>(spec.width);
-    int precision = spec.hasPrecision ? static_cast<int>(spec.precision) : -1;
+    const int width = piece.starWidth ? arguments.Int(arguments.WidthPlace(piece))
+                                      : static_cast<int>(field.width);
+    int precision = field.hasPrecision ? static_cast<int>(field.precision) : -1;
     if (piece.starPrecision)
         precision = arguments.Int(arguments.PrecisionPlace(piece));
 
-    switch (spec.conversion) {
+    switch (field.conversion) {
     case 's':
     case 'S':
     case 'p':
         return Print(buffer, count, format.text, width, precision, arguments.Pointer(value));
     default:
-        if (spec.size == FormatSpec::Size::bits64)
+        if (field.size == FormatSpec::Size::bits64)
             return Print(buffer, count, format.text, width, precision, arguments.Long(value));
-        if (spec.size == FormatSpec::Size::pointer)
+        if (field.size == FormatSpec::Size::pointer)
             return Print(buffer, count, format.text, width, precision,
                          static_cast<std::intptr_t>(arguments.Long(value)));
         return Print(buffer, count, format.text, width, precision, arguments.Int(value));
@@ -365,7 +365,7 @@ DWORD AppendPiece(MessageText& message, const Piece& piece, const MessageArgumen
 {
     if (piece.insert == 0)
         return message.Append(piece.text, piece.length) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
-    if (piece.spec.conversion != 0) {
+    if (piece.field.conversion != 0) {
         if (const DWORD error = AppendInsert(message, piece, arguments); error != ERROR_SUCCESS)
             return error;
     }

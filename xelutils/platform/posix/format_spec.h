@@ -23,24 +23,24 @@ struct FormatSpec {
 namespace format_spec {
 
 // Flags stand in front of everything else, in any order and number.
-template <class T> const T* ReadFlags(const T* at, FormatSpec& spec)
+template <class T> const T* ReadFlags(const T* at, FormatSpec& field)
 {
     for (;; ++at) {
         switch (*at) {
         case '-':
-            spec.left = true;
+            field.left = true;
             break;
         case '+':
-            spec.plus = true;
+            field.plus = true;
             break;
         case ' ':
-            spec.space = true;
+            field.space = true;
             break;
         case '#':
-            spec.alternate = true;
+            field.alternate = true;
             break;
         case '0':
-            spec.zero = true;
+            field.zero = true;
             break;
         default:
             return at;
@@ -60,28 +60,28 @@ template <class T> const T* ReadNumber(const T* at, unsigned& number)
 }
 
 template <class T, class NextInt>
-const T* ReadWidth(const T* at, FormatSpec& spec, NextInt& nextInt)
+const T* ReadWidth(const T* at, FormatSpec& field, NextInt& nextInt)
 {
     if (*at != '*')
-        return ReadNumber(at, spec.width);
+        return ReadNumber(at, field.width);
     const int width = nextInt();
-    spec.left |= width < 0;
-    spec.width = width < 0 ? 0U - static_cast<unsigned>(width) : static_cast<unsigned>(width);
+    field.left |= width < 0;
+    field.width = width < 0 ? 0U - static_cast<unsigned>(width) : static_cast<unsigned>(width);
     return at + 1;
 }
 
 // A negative precision counts as none.
 template <class T, class NextInt>
-const T* ReadPrecision(const T* at, FormatSpec& spec, NextInt& nextInt)
+const T* ReadPrecision(const T* at, FormatSpec& field, NextInt& nextInt)
 {
     if (*at != '.')
         return at;
-    spec.hasPrecision = true;
+    field.hasPrecision = true;
     if (at[1] != '*')
-        return ReadNumber(at + 1, spec.precision);
+        return ReadNumber(at + 1, field.precision);
     const int precision = nextInt();
-    spec.hasPrecision = precision >= 0;
-    spec.precision = precision >= 0 ? static_cast<unsigned>(precision) : 0;
+    field.hasPrecision = precision >= 0;
+    field.precision = precision >= 0 ? static_cast<unsigned>(precision) : 0;
     return at + 2;
 }
 
@@ -140,12 +140,12 @@ template <class T> int ReadOneSize(const T* at, FormatSpec::Size& size)
 }
 
 // Of several sizes the last counts, but 64 bits stay.
-template <class T> const T* ReadSizes(const T* at, FormatSpec& spec)
+template <class T> const T* ReadSizes(const T* at, FormatSpec& field)
 {
     FormatSpec::Size size;
     while (const int length = ReadOneSize(at, size)) {
-        if (spec.size != FormatSpec::Size::bits64)
-            spec.size = size;
+        if (field.size != FormatSpec::Size::bits64)
+            field.size = size;
         at += length;
     }
     return at;
@@ -176,14 +176,14 @@ template <class T> bool IsConversion(T character)
 // Reads what follows a "%". `nextInt` gives the value of a "*". Returns where to go on: behind
 // the conversion, or at a character that means nothing here, which then is text like any other.
 template <class T, class NextInt>
-const T* ReadFormatSpec(const T* at, FormatSpec& spec, NextInt nextInt)
+const T* ReadFormatSpec(const T* at, FormatSpec& field, NextInt nextInt)
 {
-    at = format_spec::ReadFlags(at, spec);
-    at = format_spec::ReadWidth(at, spec, nextInt);
-    at = format_spec::ReadPrecision(at, spec, nextInt);
-    at = format_spec::ReadSizes(at, spec);
+    at = format_spec::ReadFlags(at, field);
+    at = format_spec::ReadWidth(at, field, nextInt);
+    at = format_spec::ReadPrecision(at, field, nextInt);
+    at = format_spec::ReadSizes(at, field);
     if (!format_spec::IsConversion(*at))
         return at;
-    spec.conversion = static_cast<char>(*at);
+    field.conversion = static_cast<char>(*at);
     return at + 1;
 }
