@@ -344,8 +344,10 @@ TEST_F(LogTest, SecondProgramLeavesTheFirstOnesFileAlone)
     std::FILE* const first = popen(command.c_str(), "w");
     ASSERT_NE(first, nullptr);
     // The file has the start line, and then the first message.
-    while (LinesOf(m_folder.Read("app.log.txt")).size() < 2)
+    const auto hasBoth = [&] { return LinesOf(m_folder.Read("app.log.txt")).size() >= 2; };
+    for (int i = 0; i < 30'000 && !hasBoth(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(hasBoth());
 
     EXPECT_TRUE(Run("app.exe", "line"));
     const std::string shown = m_folder.Read("err");

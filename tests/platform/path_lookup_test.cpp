@@ -65,6 +65,32 @@ TEST(PathLookup, OldFolderMovedInPlaceOfAnother)
     EXPECT_FALSE(Exists(folder, "three/fILE"));
 }
 
+// Reading goes back to a sibling that differs in case; what changes something stays in the folder
+// that exists as written, since nobody named the other.
+TEST(PathLookup, ChangesStayInTheFolderAsWritten)
+{
+    const TestFolder folder;
+    for (const char* const name : {"backup", "Backup", "Backup/sub"})
+        fs::create_directory(folder.HostPath(name));
+    folder.Write("Backup/File", "kept");
+    folder.Write("source", "new");
+    const String file = folder.Path("backup/file");
+
+    EXPECT_TRUE(Exists(folder, "backup/file"));
+    EXPECT_FALSE(DeleteFileW(file));
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_FALSE(RemoveDirectoryW(folder.Path("backup/SUB")));
+    EXPECT_TRUE(CopyFileW(folder.Path("source"), file, TRUE));
+    EXPECT_TRUE(CreateDirectoryW(folder.Path("backup/SUB"), nullptr));
+    EXPECT_TRUE(CloseHandle(CreateFileW(folder.Path("backup/FILE2"), GENERIC_WRITE, 0, nullptr,
+                                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    EXPECT_EQ(folder.Read("Backup/File"), "kept");
+    EXPECT_EQ(folder.Read("backup/file"), "new");
+    EXPECT_TRUE(fs::exists(folder.HostPath("Backup/sub")));
+    EXPECT_TRUE(fs::exists(folder.HostPath("backup/SUB")));
+    EXPECT_TRUE(fs::exists(folder.HostPath("backup/FILE2")));
+}
+
 TEST(PathLookup, FolderIsPreferredWhereOneIsNeeded)
 {
     const TestFolder folder;

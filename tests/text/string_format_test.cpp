@@ -267,6 +267,8 @@ TYPED_TEST(StringFormat, ArgumentsOfEveryKind)
     text.Format(Text<T>("%d|%c|%d|%lc|%d|%u"), true, 'x', '\xFF', L'w', short{-5},
                 static_cast<unsigned char>(200));
     EXPECT_EQ(text, Str<T>("1|x|-1|w|-5|200"));
+    text.Format(Text<T>("%hc|%lc"), '\xE9', L'\xE9');
+    EXPECT_EQ(text, Str<T>("\xE9|\xE9"));
     text.Format(Text<T>("%g|%.2f|%Lg|%I64d|%d"), 1.5F, 0.125, 2.5L, -5LL, 7);
     EXPECT_EQ(text, Str<T>("1.5|0.13|2.5|-5|7"));
     text.Format(Text<T>("%ls|%hs|%d"), nullptr, static_cast<char*>(nullptr), 7);

@@ -69,6 +69,13 @@ TEST_F(StringMessage, InsertsWithAFormat)
          [](Wide& s) { s.FormatMessageW(L"%1!5d!|%1!-5d!|%1!05d!|%1!+d!|%1!#x!", 42); }},
         {"sizes", Nil, "", "-32768|4294967295|-1/20 x1",
          [](Wide& s) { s.FormatMessageW(L"%1!hd!|%2!lu!|%2!I32d!", 0x18000, -1); }},
+        {"64 bits between others", Nil, "", "5|1234567890123|-1|6/20 x1",
+         [](Wide& s) {
+             s.FormatMessageW(L"%1!d!|%2!I64d!|%3!Id!|%4!d!", 5, 1234567890123LL, std::intptr_t{-1},
+                              6);
+         }},
+        {"no floating point", Nil, "", "f7/2 x1",
+         [](Wide& s) { s.FormatMessageW(L"%2!5.2f!%1!d!", 7); }},
         {"texts", Nil, "", "[  abc][abc  ][ab][   ab]/25 x1",
          [](Wide& s) { s.FormatMessageW(L"[%1!5s!][%1!-5s!][%1!.2s!][%1!5.2ls!]", L"abc"); }},
         {"narrow texts", Nil, "", "<20AC>x|<20AC>| <20AC>x/8 x1",
@@ -220,6 +227,8 @@ TEST_F(StringMessage, NarrowStringsAsPatternsEndWithTheirBlock)
          [](Narrow& s) { s.FormatMessageW(Prepared(u"a%1!d!").String(), 5); }},
         {"own text", Sole, "%\0001\0!\0d\0!\0"sv, "=5/10 x1",
          [](Narrow& s) { s.FormatMessageW(s, 5); }},
+        {"own text by its address", Sole, "a\0b"sv, "=ab/3 x1",
+         [](Narrow& s) { s.FormatMessageW(s.GetString()); }},
         {"own text, shared", Shared, "%\0001\0!\0d\0!\0"sv, "5/1 x1",
          [](Narrow& s) { s.FormatMessageW(s, 5); }},
         {"odd length", Sole, "a\0b"sv, "=ab/3 x1", [](Narrow& s) { s.FormatMessageW(s); }},

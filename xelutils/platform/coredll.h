@@ -471,9 +471,10 @@ FILE* _getstdfilex(int number);
 // ---- Formatting and scanning ---------------------------------------------------------------
 
 // The run-time's formatter. Stores at most `count` characters and returns the length of the whole
-// text; the terminator is stored only where there is room behind the text. -1 says that the text
-// is longer than `count`, of which then every character is used, and nothing else: a fault in the
-// format ends the text where it is met.
+// text; the terminator is stored only where there is room behind the text. -1 means only that the
+// text is longer than `count`: the buffer is full then, without a terminator (where half a
+// double-byte character would be the last one, zeros stand). A fault in the format ends the text
+// where it is met.
 //
 //   %[flags][width][.precision][size]conversion        flags - + space # 0
 //   d i u o x X p, e E f g G, c s                      text of the format's own width
@@ -481,11 +482,10 @@ FILE* _getstdfilex(int number);
 //   sizes h, l or w before c s C S                     narrow and wide whatever the format is
 //   sizes h, l or I32, ll or I64, I before integers    16, 32, 64 bits and those of a pointer
 //
-// `l` is 32 bits also where the host's long has 64; L is taken for floating point and means
-// nothing. Infinities and the like are "1.#INF",
-// "1.#QNAN", "-1.#IND"; exponents have three digits; ties are rounded away from zero; a null text
-// is "(null)". %n ends the text: nothing is ever stored through an argument. Text of the other
-// width is converted by the system's code page.
+// `l` is 32 bits also where the host's long has 64; L means nothing, a long double is a double.
+// Infinities and the like are "1.#INF", "1.#QNAN", "-1.#IND"; exponents have three digits; ties
+// are rounded away from zero; a null text is "(null)". %n ends the text: nothing is ever stored
+// through an argument. Text of the other width is converted by the system's code page.
 int _vsnprintf(char* buffer, SIZE_T count, const char* format, va_list arguments);
 int _vsnwprintf(wchar_t* buffer, SIZE_T count, const wchar_t* format, va_list arguments);
 
@@ -498,8 +498,11 @@ int Scan(const wchar_t* text, const wchar_t* format, void* const* outputs, std::
 } // namespace scanning
 
 // The run-time's scanner: the number of conversions stored, or -1 when the text ended before the
-// first of them. Integers wrap to the size of their conversion (h 16 bits, l 32, I64 or ll 64);
-// "inf", "nan" and hexadecimal floats are no numbers; the decimal point is ".".
+// first of them. Conversions are d i o u x X p, e f g, c s and sets in brackets, n, and * before
+// any of them to store nothing. Texts are stored whole unless a width is given, c without a
+// terminator: the outputs must have room. Integers wrap to the size of their conversion (h 16 bits,
+// l 32, I64 or ll 64); "inf", "nan" and hexadecimal floats are no numbers; the decimal point is
+// ".".
 //
 // A template, and so beside the C library's function of this name, which takes wide characters of
 // another size.
@@ -526,7 +529,8 @@ constexpr DWORD FORMAT_MESSAGE_FROM_STRING = 0x400;
 //   %n %r %t     line break (CR LF), CR, tab; a line break of the pattern becomes CR LF too
 //   %0           ends the message; % before any other character is that character
 //
-// Floating point is not among the inserts. Widths go up to 65535.
+// Floating point is not among the inserts. Widths and precisions go up to 65535; larger ones are
+// ERROR_INVALID_PARAMETER.
 DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId,
                      wchar_t* buffer, DWORD size, va_list* arguments);
 

@@ -198,7 +198,7 @@ struct CStringTableEntry {
 // several threads.
 XELUTILS_API void RegisterStringTable(const CStringTableEntry* entries, std::size_t count);
 
-// Takes a table out again; false when it was not registered.
+// Takes a table out again, as often as it was registered; false when it was not.
 XELUTILS_API bool UnregisterStringTable(const CStringTableEntry* entries);
 
 // Adds the string tables of a compiled resource file (.res), read whole here, so that one resource
@@ -207,7 +207,7 @@ XELUTILS_API bool UnregisterStringTable(const CStringTableEntry* entries);
 // that is no sound resource file (ERROR_BAD_FORMAT).
 XELUTILS_API bool RegisterStringResources(const wchar_t* fileName);
 
-// Takes what was read from the file of this name, as it was given, out again; false when there is
+// Takes all that was read from files of this name, as it was given, out again; false when there is
 // nothing.
 XELUTILS_API bool UnregisterStringResources(const wchar_t* fileName);
 

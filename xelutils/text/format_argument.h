@@ -16,12 +16,19 @@ template <class T> class CXelStringT;
 namespace detail {
 
 template <class Argument>
-concept PlainArgument = std::is_integral_v<Argument> || std::is_pointer_v<Argument> ||
-    std::same_as<Argument, float> || std::same_as<Argument, double>;
+concept PlainArgument =
+    (std::is_integral_v<Argument> && !std::same_as<Argument, char>) ||
+    std::is_pointer_v<Argument> || std::same_as<Argument, float> || std::same_as<Argument, double>;
 
 template <PlainArgument Argument> Argument FormatArgument(Argument argument)
 {
     return argument;
+}
+
+// A char has a sign on the device, whatever it has on the host.
+template <std::same_as<char> Argument> int FormatArgument(Argument argument)
+{
+    return static_cast<signed char>(argument);
 }
 
 // On the device the two are one type, and formats are written for it.

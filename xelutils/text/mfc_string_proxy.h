@@ -13,8 +13,9 @@ template <class T> class CXelStringT;
 //
 //   AfxReadLine(file, line.mfcString());
 //
-// When the proxy dies, a CString that was changed is assigned to the string that it came from,
-// which must still be there. A CString that was only read leaves the string as it is then.
+// When the proxy dies, the text of a CString that was changed, up to its first zero character, is
+// assigned to the string that it came from, which must still be there. A CString that was only read
+// leaves the string as it is then.
 template <class T> class CMfcStringProxy {
 public:
     CMfcStringProxy(const T* text, int length, CXelStringT<T>* owner)

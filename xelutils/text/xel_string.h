@@ -319,7 +319,7 @@ public:
         FormatMessageOf(&pattern, detail::FormatArgument(arguments)...);
     }
 
-    // ---- System strings and the framework's string. Zero characters are carried over. ----
+    // ---- System strings and the framework's string. They receive zero characters too. ----
 
     // A new system string, which the caller frees. Throws the out-of-memory failure.
     BSTR AllocSysString() const;

@@ -144,13 +144,16 @@ bool CopyRegular(const HostEntry& source, int from, TemporaryName& copy)
     };
     if (!copy.Make(make))
         return FailFromErrno(errno);
-    const OpenFile to(descriptor);
-    if (const int error = CopyContent(from, status, descriptor))
-        return FailFromErrno(error);
+    int error = CopyContent(from, status, descriptor);
     const timespec times[] = {{0, UTIME_OMIT}, {status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec}};
     // Some file systems keep no permissions; what they can keep is kept.
     (void)fchmod(descriptor, status.stx_mode & kPermissions);
-    return futimens(descriptor, times) == 0 || FailFromErrno(errno);
+    if (error == 0 && futimens(descriptor, times) != 0)
+        error = errno;
+    // Some tell of a full disk only now.
+    if (close(descriptor) != 0 && error == 0)
+        error = errno;
+    return error == 0 || FailFromErrno(error);
 }
 
 bool CopyLink(const HostEntry& source, TemporaryName& copy)
@@ -197,7 +200,7 @@ std::optional<Source> FindSource(const HostPath& path)
             FailFromErrno(errno);
             return std::nullopt;
         }
-        EntryLookup lookup = LookUpEntry(path);
+        EntryLookup lookup = LookUpEntry(path, LookupUse::Read);
         if (!lookup.entry) {
             Fail(lookup.error);
             return std::nullopt;
@@ -227,7 +230,7 @@ BOOL CopyFileW(const wchar_t* existing, const wchar_t* target, BOOL failIfExists
     if (!source)
         return FALSE;
 
-    const EntryLookup old = LookUpEntry(*targetPath);
+    const EntryLookup old = LookUpEntry(*targetPath, LookupUse::Change);
     if (!old.entry && old.error != ERROR_FILE_NOT_FOUND)
         return Fail(old.error);
     // Held until the copy has taken the place of the old file.

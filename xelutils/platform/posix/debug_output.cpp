@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -91,7 +93,9 @@ bool TakesText()
 void WriteToStandardError(std::string_view text)
 {
     while (!text.empty() && TakesText()) {
-        const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
+        // A pipe that takes text has room for so much, and for more it would wait.
+        const ssize_t count =
+            write(STDERR_FILENO, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF));
         if (count > 0)
             text.remove_prefix(static_cast<std::size_t>(count));
         else if (count == 0 || (errno != EINTR && errno != EAGAIN))

@@ -8,14 +8,15 @@
 
 namespace {
 
-// Empty for the host's root, and when there is none any more.
-std::string WorkingDirectory()
+// Empty for the host's root. Nothing when there is none any more, or none that has a name: a
+// relative name would mean something else then.
+std::optional<std::string> WorkingDirectory()
 {
     char path[PATH_MAX];
     // A folder that this process cannot reach by name is reported without leading separator.
-    if (getcwd(path, sizeof path) == nullptr || path[0] != '/' || path[1] == 0)
-        return {};
-    return path;
+    if (getcwd(path, sizeof path) == nullptr || path[0] != '/')
+        return std::nullopt;
+    return path[1] == 0 ? "" : path;
 }
 
 // The path without links, "." and ".."; empty when it does not exist.
@@ -27,7 +28,7 @@ std::string PhysicalPath(const std::string& path)
 
 std::string Absolute(const std::string& hostPath)
 {
-    return hostPath[0] == '/' ? hostPath : WorkingDirectory() + '/' + hostPath;
+    return hostPath[0] == '/' ? hostPath : WorkingDirectory().value_or("") + '/' + hostPath;
 }
 
 // Working directory and program path come without links, and so must what they are compared with.
@@ -61,8 +62,14 @@ std::optional<HostPath> ResolveDevicePath(const wchar_t* name)
         return std::nullopt;
     }
     PathBases bases{DeviceRoot(), {}};
-    if (IsRelativeDevicePath(name))
-        bases.workingDirectory = WorkingDirectory();
+    if (IsRelativeDevicePath(name)) {
+        std::optional<std::string> directory = WorkingDirectory();
+        if (!directory) {
+            Fail(ERROR_PATH_NOT_FOUND);
+            return std::nullopt;
+        }
+        bases.workingDirectory = *std::move(directory);
+    }
     std::optional<HostPath> path = ResolveDevicePath(name, bases);
     if (!path)
         Fail(ERROR_INVALID_NAME);

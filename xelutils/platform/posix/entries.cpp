@@ -48,13 +48,13 @@ DWORD AnswerForOwnName(HostEntry& entry)
     return AttributesOf(entry.status) | attributes;
 }
 
-EntryLookup LookUpEntry(const HostPath& path)
+EntryLookup LookUpEntry(const HostPath& path, LookupUse use)
 {
     EntryLookup result;
     HostEntry entry{path.Name(), {}};
     bool found = ReadStatus(AT_FDCWD, path.Name(), AT_SYMLINK_NOFOLLOW, entry.status);
     if (!found && IsMissing(errno)) {
-        FoundOrPlace other = FindOrPlaceWithoutCase(path, LookFor::Entry);
+        FoundOrPlace other = FindOrPlaceWithoutCase(path, LookFor::Entry, use);
         if (!other.found) {
             result.error = other.place ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
             result.place = std::move(other.place).value_or(std::string());
@@ -75,7 +75,7 @@ std::optional<HostEntry> FindEntry(const wchar_t* name)
     const std::optional<HostPath> path = ResolveDevicePath(name);
     if (!path)
         return std::nullopt;
-    EntryLookup lookup = LookUpEntry(*path);
+    EntryLookup lookup = LookUpEntry(*path, LookupUse::Read);
     if (!lookup.entry) {
         Fail(lookup.error);
         return std::nullopt;

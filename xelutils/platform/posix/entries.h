@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include "xelutils/platform/coredll.h"
+#include "xelutils/platform/posix/path_lookup.h"
 #include "xelutils/platform/posix/paths.h"
 
 // Everything that the device's records need; `flags` as for the host's call. False with errno set.
@@ -41,7 +42,7 @@ struct EntryLookup {
 };
 
 // As written, or else without regard to case. Leaves the last error alone.
-EntryLookup LookUpEntry(const HostPath& path);
+EntryLookup LookUpEntry(const HostPath& path, LookupUse use);
 
 // Sets the last error when there is no result.
 std::optional<HostEntry> FindEntry(const wchar_t* name);

@@ -63,7 +63,9 @@ int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& dispos
 {
     int descriptor = OpenHostFile(path.Name(), accessMode);
     if (descriptor < 0 && IsMissing(errno)) {
-        const FoundOrPlace other = FindOrPlaceWithoutCase(path, LookFor::Target);
+        const bool changes = disposition.createsMissing || disposition.truncates;
+        const FoundOrPlace other = FindOrPlaceWithoutCase(
+            path, LookFor::Target, changes ? LookupUse::Change : LookupUse::Read);
         if (other.found) {
             descriptor = OpenHostFile(other.found->c_str(), accessMode);
         } else {

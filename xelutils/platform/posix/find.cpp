@@ -45,6 +45,12 @@ namespace {
 
 constexpr std::size_t kMostNameUnits = MAX_PATH - 1;
 
+// A name has no more units than bytes.
+bool FitsRecord(std::string_view name)
+{
+    return name.size() <= kMostNameUnits || DeviceNameFromHost(name).size() <= kMostNameUnits;
+}
+
 bool IsSeparator(wchar_t unit)
 {
     return unit == '\\' || unit == '/';
@@ -71,6 +77,9 @@ bool ListOne(Listing& listing, const wchar_t* name)
     std::optional<HostEntry> entry = FindEntry(name);
     if (!entry)
         return false;
+    const std::string_view component = LastComponent(entry->name);
+    if (!FitsRecord(component))
+        return Fail(ERROR_FILENAME_EXCED_RANGE);
     const DWORD attributes = AnswerForOwnName(*entry);
     Add(listing, LastComponent(entry->name), entry->status, attributes);
     return true;

@@ -275,8 +275,10 @@ std::optional<Scan> ReadNames(const std::string& folder)
             scan.names.Add(name);
     }
     const bool isWhole = errno == 0;
-    scan.stampsAreUnique = StampsAreUnique(open.descriptor);
     const Stamp stamp = StampFrom(scan.status.st_ctim);
+    // Where time is kept in coarser steps than that, stamps are round.
+    scan.stampsAreUnique =
+        stamp % std::chrono::milliseconds(1) != Stamp(0) && StampsAreUnique(open.descriptor);
     struct stat after;
     scan.isLasting = isWhole && (scan.stampsAreUnique || IsPast(stamp, tick)) &&
                      fstat(open.descriptor, &after) == 0 && StampFrom(after.st_ctim) == stamp;

@@ -14,7 +14,7 @@ BOOL CreateDirectoryW(const wchar_t* name, void* /*security*/)
     const std::optional<HostPath> path = ResolveDevicePath(name);
     if (!path)
         return FALSE;
-    const EntryLookup lookup = LookUpEntry(*path);
+    const EntryLookup lookup = LookUpEntry(*path, LookupUse::Change);
     if (lookup.entry)
         return Fail(ERROR_ALREADY_EXISTS);
     if (lookup.error != ERROR_FILE_NOT_FOUND)
@@ -32,7 +32,7 @@ BOOL RemoveDirectoryW(const wchar_t* name)
         return FALSE;
     if (path->text.size() == path->baseLength)
         return Fail(ERROR_ACCESS_DENIED);
-    const EntryLookup lookup = LookUpEntry(*path);
+    const EntryLookup lookup = LookUpEntry(*path, LookupUse::Change);
     if (!lookup.entry)
         return Fail(lookup.error);
     if (!lookup.entry->IsFolder())
@@ -45,7 +45,7 @@ BOOL DeleteFileW(const wchar_t* name)
     const std::optional<HostPath> path = ResolveFileName(name);
     if (!path)
         return FALSE;
-    const EntryLookup lookup = LookUpEntry(*path);
+    const EntryLookup lookup = LookUpEntry(*path, LookupUse::Change);
     if (!lookup.entry)
         return Fail(lookup.error);
     if (lookup.entry->IsFolder() || IsReadOnly(lookup.entry->status))

@@ -5,8 +5,8 @@
 
 #include "xelutils/platform/coredll.h"
 #include "xelutils/platform/posix/decimal.h"
+#include "xelutils/platform/posix/format_field.h"
 #include "xelutils/platform/posix/format_output.h"
-#include "xelutils/platform/posix/format_spec.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ struct Number {
     }
 };
 
-template <class T> void PutNumber(FormatOutput<T>& output, const FormatSpec& field, Number& number)
+template <class T> void PutNumber(FormatOutput<T>& output, const FormatField& field, Number& number)
 {
     const std::size_t length = number.Length();
     std::size_t pad = field.width > length ? field.width - length : 0;
@@ -55,7 +55,7 @@ template <class T> void PutNumber(FormatOutput<T>& output, const FormatSpec& fie
         output.Fill(' ', pad);
 }
 
-void PutSign(Number& number, const FormatSpec& field, bool negative)
+void PutSign(Number& number, const FormatField& field, bool negative)
 {
     if (negative)
         number.Prefix('-');
@@ -67,29 +67,29 @@ void PutSign(Number& number, const FormatSpec& field, bool negative)
 
 // ---- Integers ------------------------------------------------------------------------------
 
-long long NextSigned(Arguments& arguments, FormatSpec::Size size)
+long long NextSigned(Arguments& arguments, FormatField::Size size)
 {
     switch (size) {
-    case FormatSpec::Size::bits16:
+    case FormatField::Size::bits16:
         return static_cast<std::int16_t>(va_arg(arguments.list, int));
-    case FormatSpec::Size::bits64:
+    case FormatField::Size::bits64:
         return va_arg(arguments.list, long long);
-    case FormatSpec::Size::pointer:
+    case FormatField::Size::pointer:
         return va_arg(arguments.list, std::intptr_t);
     default:
         return va_arg(arguments.list, int);
     }
 }
 
-unsigned long long NextUnsigned(Arguments& arguments, FormatSpec::Size size)
+unsigned long long NextUnsigned(Arguments& arguments, FormatField::Size size)
 {
     const auto value = static_cast<unsigned long long>(NextSigned(arguments, size));
     switch (size) {
-    case FormatSpec::Size::bits16:
+    case FormatField::Size::bits16:
         return static_cast<std::uint16_t>(value);
-    case FormatSpec::Size::bits64:
+    case FormatField::Size::bits64:
         return value;
-    case FormatSpec::Size::pointer:
+    case FormatField::Size::pointer:
         return static_cast<std::uintptr_t>(value);
     default:
         return static_cast<std::uint32_t>(value);
@@ -100,7 +100,7 @@ unsigned long long NextUnsigned(Arguments& arguments, FormatSpec::Size size)
 constexpr std::size_t kIntegerRoom = 22;
 
 template <class T>
-void PutInteger(FormatOutput<T>& output, FormatSpec field, Number& number, unsigned long long value,
+void PutInteger(FormatOutput<T>& output, FormatField field, Number number, unsigned long long value,
                 int base)
 {
     char digits[kIntegerRoom];
@@ -130,10 +130,22 @@ void PutInteger(FormatOutput<T>& output, FormatSpec field, Number& number, unsig
     PutNumber(output, field, number);
 }
 
+// Most integers are shown as they are, and most formatting is of integers.
+template <class T, class Integer> void PutPlain(FormatOutput<T>& output, Integer value)
+{
+    char digits[kIntegerRoom];
+    const char* const end = std::to_chars(digits, digits + kIntegerRoom, value).ptr;
+    output.PutAscii(digits, static_cast<std::size_t>(end - digits));
+}
+
 template <class T>
-void PutSigned(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
+void PutSigned(FormatOutput<T>& output, const FormatField& field, Arguments& arguments)
 {
     const long long value = NextSigned(arguments, field.size);
+    if (field.IsPlain()) {
+        PutPlain(output, value);
+        return;
+    }
     Number number;
     PutSign(number, field, value < 0);
     const auto bits = static_cast<unsigned long long>(value);
@@ -141,14 +153,19 @@ void PutSigned(FormatOutput<T>& output, const FormatSpec& field, Arguments& argu
 }
 
 template <class T>
-void PutUnsigned(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments, int base)
+void PutUnsigned(FormatOutput<T>& output, const FormatField& field, Arguments& arguments, int base)
 {
+    const unsigned long long value = NextUnsigned(arguments, field.size);
+    if (field.IsPlain() && base == 10) {
+        PutPlain(output, value);
+        return;
+    }
     Number number;
-    PutInteger(output, field, number, NextUnsigned(arguments, field.size), base);
+    PutInteger(output, field, number, value, base);
 }
 
 // All digits of an address, whatever the precision.
-template <class T> void PutPointer(FormatOutput<T>& output, FormatSpec field, Arguments& arguments)
+template <class T> void PutPointer(FormatOutput<T>& output, FormatField field, Arguments& arguments)
 {
     const auto value = reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*));
     field.hasPrecision = true;
@@ -250,7 +267,7 @@ void WriteGeneral(Number& number, FloatText& text, double magnitude, unsigned si
 }
 
 // Infinity and the like, padded with zeros as if it had digits.
-void WriteSpecial(Number& number, FloatText& text, double value, const FormatSpec& field,
+void WriteSpecial(Number& number, FloatText& text, double value, const FormatField& field,
                   unsigned precision)
 {
     constexpr unsigned kAll = 9;
@@ -273,7 +290,7 @@ void WriteSpecial(Number& number, FloatText& text, double value, const FormatSpe
 }
 
 template <class T>
-void PutFloat(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
+void PutFloat(FormatOutput<T>& output, const FormatField& field, Arguments& arguments)
 {
     const double value = va_arg(arguments.list, double);
     const double magnitude = std::fabs(value);
@@ -310,7 +327,7 @@ template <class U> std::size_t LengthWithin(const U* text, std::size_t limit)
 // Calls `put` with the padding that the width asks for in front of it or behind it. Zeros pad
 // texts too.
 template <class T, class Put>
-void Pad(FormatOutput<T>& output, const FormatSpec& field, std::size_t length, Put put)
+void Pad(FormatOutput<T>& output, const FormatField& field, std::size_t length, Put put)
 {
     const std::size_t pad = field.width > length ? field.width - length : 0;
     if (!field.left)
@@ -321,19 +338,19 @@ void Pad(FormatOutput<T>& output, const FormatSpec& field, std::size_t length, P
 }
 
 // The precision counts units of the text that is given.
-std::size_t TextLimit(const FormatSpec& field)
+std::size_t TextLimit(const FormatField& field)
 {
     return field.hasPrecision ? field.precision : static_cast<std::size_t>(INT_MAX);
 }
 
 template <class T>
-void PutText(FormatOutput<T>& output, const FormatSpec& field, const T* text, std::size_t length)
+void PutText(FormatOutput<T>& output, const FormatField& field, const T* text, std::size_t length)
 {
     Pad(output, field, length, [&] { output.Put(text, length); });
 }
 
 template <class T>
-void PutText(FormatOutput<T>& output, const FormatSpec& field,
+void PutText(FormatOutput<T>& output, const FormatField& field,
              const typename FormatOutput<T>::Other* text, std::size_t length)
 {
     const std::size_t converted = length == 0 ? 0 : FormatOutput<T>::ConvertedLength(text, length);
@@ -341,7 +358,7 @@ void PutText(FormatOutput<T>& output, const FormatSpec& field,
 }
 
 template <class T, class U>
-void PutString(FormatOutput<T>& output, const FormatSpec& field, const U* text)
+void PutString(FormatOutput<T>& output, const FormatField& field, const U* text)
 {
     static constexpr T kNull[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
     if (text)
@@ -352,18 +369,18 @@ void PutString(FormatOutput<T>& output, const FormatSpec& field, const U* text)
 
 // Whether the argument is wide: by its size, else %c and %s are of the format's own width and %C
 // and %S of the other.
-template <class T> bool IsWideText(const FormatSpec& field)
+template <class T> bool IsWideText(const FormatField& field)
 {
-    if (field.size == FormatSpec::Size::bits16)
+    if (field.size == FormatField::Size::bits16)
         return false;
-    if (field.size == FormatSpec::Size::bits32 || field.size == FormatSpec::Size::wide)
+    if (field.size == FormatField::Size::bits32 || field.size == FormatField::Size::wide)
         return true;
     const bool own = field.conversion == 'c' || field.conversion == 's';
     return own == std::is_same_v<T, wchar_t>;
 }
 
 template <class T>
-void PutStringArgument(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
+void PutStringArgument(FormatOutput<T>& output, const FormatField& field, Arguments& arguments)
 {
     const void* const text = va_arg(arguments.list, const void*);
     if (IsWideText<T>(field))
@@ -373,7 +390,7 @@ void PutStringArgument(FormatOutput<T>& output, const FormatSpec& field, Argumen
 }
 
 template <class T>
-void PutCharacter(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
+void PutCharacter(FormatOutput<T>& output, const FormatField& field, Arguments& arguments)
 {
     const int value = va_arg(arguments.list, int);
     if (IsWideText<T>(field)) {
@@ -389,7 +406,7 @@ void PutCharacter(FormatOutput<T>& output, const FormatSpec& field, Arguments& a
 
 // False when the text ends here.
 template <class T>
-bool PutArgument(FormatOutput<T>& output, const FormatSpec& field, Arguments& arguments)
+bool PutArgument(FormatOutput<T>& output, const FormatField& field, Arguments& arguments)
 {
     switch (field.conversion) {
     case 'd':
@@ -441,8 +458,8 @@ template <class T> int Format(T* buffer, std::size_t count, const T* format, va_
             output.Put(*at);
             at += 2;
         } else {
-            FormatSpec field;
-            at = ReadFormatSpec(at + 1, field, nextInt);
+            FormatField field;
+            at = ReadFormatField(at + 1, field, nextInt);
             if (field.conversion == 0 && *at == '%')
                 output.Put(*at++);
             else if (field.conversion != 0 && !PutArgument(output, field, arguments))

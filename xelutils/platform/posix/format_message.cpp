@@ -3,14 +3,14 @@
 #include <cstdlib>
 
 #include "xelutils/platform/coredll.h"
-#include "xelutils/platform/posix/format_spec.h"
+#include "xelutils/platform/posix/format_field.h"
 
 namespace {
 
 constexpr int kMaxInserts = 99;
 // Every insert may have one argument more than its number says, the last one two.
 constexpr int kMaxArguments = 2 * kMaxInserts + 1;
-// The platform's messages are never longer; larger widths are a fault in the pattern.
+// Widths and precisions beyond this are a fault in the pattern.
 constexpr unsigned kMaxWidth = 0xFFFF;
 
 // The text that is handed out in the end. Grows as needed; a growth that fails keeps the old text.
@@ -73,7 +73,7 @@ struct Piece {
     // 1 to 99; 0 for text.
     int insert = 0;
     // How the insert is shown, and what stands behind that between the exclamation marks.
-    FormatSpec field;
+    FormatField field;
     bool starWidth = false;
     bool starPrecision = false;
     const wchar_t* rest = nullptr;
@@ -120,9 +120,9 @@ const wchar_t* ReadInsertFormat(const wchar_t* at, Piece& piece)
         return nullptr;
     piece.field = {};
     // The stars' values come later: only their places are noted, in the order of reading.
-    const wchar_t* const widthEnd = format_spec::ReadFlags(at, piece.field);
+    const wchar_t* const widthEnd = format_field::ReadFlags(at, piece.field);
     piece.starWidth = *widthEnd == '*';
-    const wchar_t* rest = ReadFormatSpec(at, piece.field, [] { return 0; });
+    const wchar_t* rest = ReadFormatField(at, piece.field, [] { return 0; });
     const wchar_t* point = widthEnd;
     while (point != rest && *point != '.')
         ++point;
@@ -216,7 +216,7 @@ public:
         ForEachPiece(pattern, [&](const Piece& piece) {
             if (piece.insert != 0 && piece.field.conversion != 0) {
                 const int place = ValuePlace(piece);
-                isLong[place] |= piece.field.size == FormatSpec::Size::bits64;
+                isLong[place] |= piece.field.size == FormatField::Size::bits64;
                 count = std::max(count, place);
             }
             return true;
@@ -284,7 +284,7 @@ int Print(wchar_t* buffer, std::size_t count, const wchar_t* format, ...)
 struct InsertFormat {
     wchar_t text[16];
 
-    explicit InsertFormat(const FormatSpec& field)
+    explicit InsertFormat(const FormatField& field)
     {
         wchar_t* at = text;
         const auto put = [&at](bool wanted, const char* characters) {
@@ -298,11 +298,11 @@ struct InsertFormat {
         put(field.alternate, "#");
         put(field.zero, "0");
         put(true, "*.*");
-        put(field.size == FormatSpec::Size::bits16, "h");
-        put(field.size == FormatSpec::Size::bits32, "l");
-        put(field.size == FormatSpec::Size::wide, "w");
-        put(field.size == FormatSpec::Size::bits64, "I64");
-        put(field.size == FormatSpec::Size::pointer, "I");
+        put(field.size == FormatField::Size::bits16, "h");
+        put(field.size == FormatField::Size::bits32, "l");
+        put(field.size == FormatField::Size::wide, "w");
+        put(field.size == FormatField::Size::bits64, "I64");
+        put(field.size == FormatField::Size::pointer, "I");
         *at++ = static_cast<wchar_t>(field.conversion);
         *at = 0;
     }
@@ -312,7 +312,7 @@ struct InsertFormat {
 int PrintInsert(wchar_t* buffer, std::size_t count, const Piece& piece,
                 const MessageArguments& arguments)
 {
-    const FormatSpec& field = piece.field;
+    const FormatField& field = piece.field;
     const InsertFormat format(field);
     const int value = arguments.ValuePlace(piece);
     const int width = piece.starWidth ? arguments.Int(arguments.WidthPlace(piece))
@@ -327,9 +327,9 @@ int PrintInsert(wchar_t* buffer, std::size_t count, const Piece& piece,
     case 'p':
         return Print(buffer, count, format.text, width, precision, arguments.Pointer(value));
     default:
-        if (field.size == FormatSpec::Size::bits64)
+        if (field.size == FormatField::Size::bits64)
             return Print(buffer, count, format.text, width, precision, arguments.Long(value));
-        if (field.size == FormatSpec::Size::pointer)
+        if (field.size == FormatField::Size::pointer)
             return Print(buffer, count, format.text, width, precision,
                          static_cast<std::intptr_t>(arguments.Long(value)));
         return Print(buffer, count, format.text, width, precision, arguments.Int(value));

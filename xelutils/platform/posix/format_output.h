@@ -14,7 +14,8 @@ public:
     using Other = std::conditional_t<std::is_same_v<T, char>, wchar_t, char>;
 
     FormatOutput(T* buffer, std::size_t count)
-        : m_first(buffer), m_at(buffer), m_end(buffer + std::min<std::size_t>(count, INT_MAX))
+        : m_first(buffer), m_at(buffer),
+          m_end(buffer + std::min<std::size_t>(count, INT_MAX / sizeof(T)))
     {
     }
 
@@ -62,6 +63,9 @@ public:
     void PutConverted(const Other* text, std::size_t length, std::size_t convertedLength)
     {
         const std::size_t fitting = Fitting(convertedLength);
+        // Half a character is not stored: in its place stays a zero, where the text ends.
+        if (fitting < convertedLength)
+            std::fill_n(m_at, fitting, T{});
         if (fitting != 0)
             Convert(text, length, m_at, fitting);
         m_at += fitting;

@@ -16,9 +16,15 @@ bool ReadFolderStatus(const std::string& path, struct stat& status)
     return stat(path.empty() ? "/" : path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+bool IsFolder(const std::string& path)
+{
+    struct stat status;
+    return ReadFolderStatus(path, status);
+}
+
 class Search {
 public:
-    explicit Search(LookFor lookFor) : m_lookFor(lookFor) {}
+    Search(LookFor lookFor, LookupUse use) : m_lookFor(lookFor), m_use(use) {}
 
     // Continues `folder`, the host's name of an existing folder, with the components of `rest`,
     // each of which begins with a separator. `asWritten` while no component has changed its case.
@@ -37,6 +43,8 @@ public:
             path = Through(exact, rest, asWritten);
         if (path)
             return path;
+        if (m_use == LookupUse::Change && !rest.empty() && IsFolder(exact))
+            return std::nullopt;
         for (const std::string& other : NamesInOtherCase(folder, status, component)) {
             path = Through(folder + '/' + other, rest, false);
             if (path)
@@ -74,7 +82,7 @@ private:
         case LookFor::Entry:
             return lstat(path.c_str(), &status) == 0;
         case LookFor::Folder:
-            return ReadFolderStatus(path, status);
+            return IsFolder(path);
         default:
             return stat(path.c_str(), &status) == 0;
         }
@@ -84,6 +92,7 @@ private:
     using DeadEnd = std::tuple<dev_t, ino_t, std::size_t>;
 
     const LookFor m_lookFor;
+    const LookupUse m_use;
     std::optional<std::string> m_place;
     std::set<DeadEnd> m_deadEnds;
 };
@@ -107,13 +116,13 @@ bool IsMissing(int hostError)
 
 std::optional<std::string> FindWithoutCase(const HostPath& path, LookFor lookFor)
 {
-    Search search(lookFor);
+    Search search(lookFor, LookupUse::Read);
     return SearchFor(path, search);
 }
 
-FoundOrPlace FindOrPlaceWithoutCase(const HostPath& path, LookFor lookFor)
+FoundOrPlace FindOrPlaceWithoutCase(const HostPath& path, LookFor lookFor, LookupUse use)
 {
-    Search search(lookFor);
+    Search search(lookFor, use);
     if (std::optional<std::string> found = SearchFor(path, search))
         return {std::move(found), std::nullopt};
     if (search.Place())

@@ -33,4 +33,8 @@ struct FoundOrPlace {
     std::optional<std::string> place;
 };
 
-FoundOrPlace FindOrPlaceWithoutCase(const HostPath& path, LookFor lookFor);
+// What a name is wanted for. Whoever makes, replaces or removes means the folders that exist as
+// written: a sibling of one of them that differs in case is not touched.
+enum class LookupUse { Read, Change };
+
+FoundOrPlace FindOrPlaceWithoutCase(const HostPath& path, LookFor lookFor, LookupUse use);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstring>
-#include <vector>
 
 #include "xelutils/text/internal/text_scan.h"
 #include "xelutils/text/xel_string.h"
@@ -41,12 +40,9 @@ struct LocalText {
 
 template <class T> void CXelStringT<T>::FormatV(const T* pattern, va_list arguments)
 {
-    // The caller's list stays where it is, as it does where a list is a plain pointer.
-    va_list list;
-    va_copy(list, arguments);
+    // The formatter works on a copy of the list, so the caller's stays where it is.
     T text[detail::kFormatLimit];
-    const int result = detail::FormatUnits(text, detail::kFormatLimit, pattern, list);
-    va_end(list);
+    const int result = detail::FormatUnits(text, detail::kFormatLimit, pattern, arguments);
 
     // The text is complete before the string is touched, so pattern and arguments may be the
     // string's own. GetBuffer keeps a buffer that is large enough, and an overlong text ends at
@@ -100,32 +96,25 @@ inline CXelStringT<wchar_t> WidePattern(const char* bytes, int lengthUnits)
     return pattern;
 }
 
-inline const wchar_t* WidePattern(const wchar_t* pattern)
+inline const wchar_t* WidePattern(const wchar_t* pattern, const wchar_t*)
 {
     return pattern;
 }
 
-// Up to the first wide zero.
-inline CXelStringT<wchar_t> WidePattern(const char* pattern)
+// Up to the first wide zero, or up to `end`, if it is known: nothing behind the narrow terminator
+// there is read.
+inline CXelStringT<wchar_t> WidePattern(const char* pattern, const char* end)
 {
     if (!pattern)
         return {};
+    if (end) {
+        const auto length = pattern < end ? static_cast<int>(end - pattern) : 0;
+        return WidePattern(pattern, length / 2 + length % 2);
+    }
     std::int64_t bytes = 0;
     while (pattern[bytes] != 0 || pattern[bytes + 1] != 0)
         bytes += sizeof(wchar_t);
     return WidePattern(pattern, CheckedLength(bytes / static_cast<int>(sizeof(wchar_t))));
-}
-
-inline const wchar_t* WidePattern(const CXelStringT<wchar_t>& pattern)
-{
-    return pattern;
-}
-
-// Nothing behind the string's own terminator, a single byte, is read.
-inline CXelStringT<wchar_t> WidePattern(const CXelStringT<char>& pattern)
-{
-    const auto bytes = static_cast<int>(pattern.end() - pattern.begin());
-    return WidePattern(pattern, bytes / 2 + bytes % 2);
 }
 
 } // namespace detail
@@ -145,9 +134,10 @@ template <class T> bool CXelStringT<T>::TakeMessage(const wchar_t* pattern, va_l
 
 template <class T> void CXelStringT<T>::FormatMessageW(const T* pattern, ...)
 {
+    const T* const ownEnd = pattern && Holds(pattern) ? end() : nullptr;
     va_list arguments;
     va_start(arguments, pattern);
-    const bool taken = TakeMessage(detail::WidePattern(pattern), &arguments);
+    const bool taken = TakeMessage(detail::WidePattern(pattern, ownEnd), &arguments);
     va_end(arguments);
     if (!taken)
         AfxThrowMemoryException();
@@ -157,7 +147,8 @@ template <class T> void CXelStringT<T>::FormatMessageOf(const CXelStringT* patte
 {
     va_list arguments;
     va_start(arguments, pattern);
-    const bool taken = TakeMessage(detail::WidePattern(*pattern), &arguments);
+    const bool taken =
+        TakeMessage(detail::WidePattern(pattern->begin(), pattern->end()), &arguments);
     va_end(arguments);
     if (!taken)
         AfxThrowMemoryException();
@@ -170,7 +161,7 @@ template <class T> void CXelStringT<T>::FormatMessageW(unsigned int id, ...)
     pattern.LoadStringW(id);
     va_list arguments;
     va_start(arguments, id);
-    const bool taken = TakeMessage(detail::WidePattern(pattern), &arguments);
+    const bool taken = TakeMessage(detail::WidePattern(pattern.begin(), pattern.end()), &arguments);
     va_end(arguments);
     if (!taken)
         AfxThrowMemoryException();

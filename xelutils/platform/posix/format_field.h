@@ -3,7 +3,7 @@
 
 #include <climits>
 
-struct FormatSpec {
+struct FormatField {
     // Integers without a size have 32 bits.
     enum class Size { none, bits16, bits32, bits64, pointer, wide };
 
@@ -18,12 +18,18 @@ struct FormatSpec {
     Size size = Size::none;
     // 0 when there is none that means anything.
     char conversion = 0;
+
+    // Nothing but size and conversion.
+    bool IsPlain() const
+    {
+        return !(left | plus | space | alternate | zero | hasPrecision) && width == 0;
+    }
 };
 
-namespace format_spec {
+namespace format_field {
 
 // Flags stand in front of everything else, in any order and number.
-template <class T> const T* ReadFlags(const T* at, FormatSpec& field)
+template <class T> const T* ReadFlags(const T* at, FormatField& field)
 {
     for (;; ++at) {
         switch (*at) {
@@ -60,7 +66,7 @@ template <class T> const T* ReadNumber(const T* at, unsigned& number)
 }
 
 template <class T, class NextInt>
-const T* ReadWidth(const T* at, FormatSpec& field, NextInt& nextInt)
+const T* ReadWidth(const T* at, FormatField& field, NextInt& nextInt)
 {
     if (*at != '*')
         return ReadNumber(at, field.width);
@@ -72,7 +78,7 @@ const T* ReadWidth(const T* at, FormatSpec& field, NextInt& nextInt)
 
 // A negative precision counts as none.
 template <class T, class NextInt>
-const T* ReadPrecision(const T* at, FormatSpec& field, NextInt& nextInt)
+const T* ReadPrecision(const T* at, FormatField& field, NextInt& nextInt)
 {
     if (*at != '.')
         return at;
@@ -101,36 +107,36 @@ template <class T> bool IsIntegerConversion(T character)
 }
 
 // The length of "I64", "I32", and "I" in front of an integer; 0 for anything else.
-template <class T> int ReadSizeI(const T* at, FormatSpec::Size& size)
+template <class T> int ReadSizeI(const T* at, FormatField::Size& size)
 {
     if (at[1] == '6' && at[2] == '4') {
-        size = FormatSpec::Size::bits64;
+        size = FormatField::Size::bits64;
         return 3;
     }
     if (at[1] == '3' && at[2] == '2') {
-        size = FormatSpec::Size::none;
+        size = FormatField::Size::none;
         return 3;
     }
-    size = FormatSpec::Size::pointer;
+    size = FormatField::Size::pointer;
     return IsIntegerConversion(at[1]) ? 1 : 0;
 }
 
 // The length of one size; 0 when there is none.
-template <class T> int ReadOneSize(const T* at, FormatSpec::Size& size)
+template <class T> int ReadOneSize(const T* at, FormatField::Size& size)
 {
     switch (*at) {
     case 'h':
-        size = FormatSpec::Size::bits16;
+        size = FormatField::Size::bits16;
         return 1;
     case 'l':
-        size = at[1] == 'l' ? FormatSpec::Size::bits64 : FormatSpec::Size::bits32;
+        size = at[1] == 'l' ? FormatField::Size::bits64 : FormatField::Size::bits32;
         return at[1] == 'l' ? 2 : 1;
     case 'w':
-        size = FormatSpec::Size::wide;
+        size = FormatField::Size::wide;
         return 1;
     case 'L':
         // A long double is a double on the device.
-        size = FormatSpec::Size::none;
+        size = FormatField::Size::none;
         return 1;
     case 'I':
         return ReadSizeI(at, size);
@@ -140,11 +146,11 @@ template <class T> int ReadOneSize(const T* at, FormatSpec::Size& size)
 }
 
 // Of several sizes the last counts, but 64 bits stay.
-template <class T> const T* ReadSizes(const T* at, FormatSpec& field)
+template <class T> const T* ReadSizes(const T* at, FormatField& field)
 {
-    FormatSpec::Size size;
+    FormatField::Size size;
     while (const int length = ReadOneSize(at, size)) {
-        if (field.size != FormatSpec::Size::bits64)
+        if (field.size != FormatField::Size::bits64)
             field.size = size;
         at += length;
     }
@@ -171,19 +177,22 @@ template <class T> bool IsConversion(T character)
     }
 }
 
-} // namespace format_spec
+} // namespace format_field
 
 // Reads what follows a "%". `nextInt` gives the value of a "*". Returns where to go on: behind
 // the conversion, or at a character that means nothing here, which then is text like any other.
 template <class T, class NextInt>
-const T* ReadFormatSpec(const T* at, FormatSpec& field, NextInt nextInt)
+const T* ReadFormatField(const T* at, FormatField& field, NextInt nextInt)
 {
-    at = format_spec::ReadFlags(at, field);
-    at = format_spec::ReadWidth(at, field, nextInt);
-    at = format_spec::ReadPrecision(at, field, nextInt);
-    at = format_spec::ReadSizes(at, field);
-    if (!format_spec::IsConversion(*at))
-        return at;
+    // Mostly the conversion is all there is.
+    if (!format_field::IsConversion(*at)) {
+        at = format_field::ReadFlags(at, field);
+        at = format_field::ReadWidth(at, field, nextInt);
+        at = format_field::ReadPrecision(at, field, nextInt);
+        at = format_field::ReadSizes(at, field);
+        if (!format_field::IsConversion(*at))
+            return at;
+    }
     field.conversion = static_cast<char>(*at);
     return at + 1;
 }
