@@ -1,14 +1,13 @@
 // Trees where the host sets limits: rights, room on the disk, the stack.
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <string>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "files/tree_picture.h"
+#include "support/file_size_limit.h"
 #include "support/test_folder.h"
 #include "xelutils/files/file_funcs_ex.h"
 
@@ -18,22 +17,6 @@ namespace {
 
 using String = CXelStringT<wchar_t>;
 namespace fs = std::filesystem;
-
-// While it lives, files cannot grow beyond `bytes`.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 // In a thread with little stack.
 void RunWithSmallStack(void* (*work)(void*), void* argument)

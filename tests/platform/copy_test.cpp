@@ -1,13 +1,12 @@
 #include <algorithm>
-#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "support/file_size_limit.h"
 #include "support/test_folder.h"
 #include "xelutils/platform/coredll.h"
 
@@ -36,22 +35,6 @@ std::ptrdiff_t CountEntries(const TestFolder& folder)
 {
     return std::distance(fs::directory_iterator(folder.HostPath("")), {});
 }
-
-// While it lives, files cannot grow beyond `bytes`.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 } // namespace
 

@@ -1,16 +1,15 @@
-#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 
+#include "support/file_size_limit.h"
 #include "support/test_folder.h"
 #include "xelutils/platform/framework.h"
 #include "xelutils/platform/posix/device_root.h"
@@ -35,22 +34,6 @@ DWORD ErrorOfOpening(const wchar_t* name, DWORD creation, DWORD access = kReadWr
     EXPECT_TRUE(CloseHandle(file));
     return 0;
 }
-
-// While it lives, files cannot grow beyond `bytes`.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 } // namespace
 

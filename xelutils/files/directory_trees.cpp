@@ -6,11 +6,6 @@ namespace FileFuncsEx {
 
 namespace {
 
-bool IsSeparator(wchar_t unit)
-{
-    return unit == '\\' || unit == '/';
-}
-
 // ---- Removing -------------------------------------------------------------------------------
 
 // False when the read-only mark cannot be taken off. Whether the file went is not asked: the folder
@@ -101,11 +96,6 @@ Lengths LengthsOfLevels(const CXelStringT<wchar_t>& path)
             lengths.push_back(i);
     }
     return lengths;
-}
-
-bool Exists(const wchar_t* path)
-{
-    return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
 }
 
 } // namespace

@@ -1,14 +1,10 @@
 #include "xelutils/files/file_funcs.h"
 #include "xelutils/files/file_funcs_ex.h"
+#include "xelutils/files/internal/entry_paths.h"
 
 namespace FileFuncsEx {
 
 namespace {
-
-bool Exists(const wchar_t* path)
-{
-    return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
-}
 
 bool ReadLastWrite(const wchar_t* path, FILETIME& lastWrite)
 {

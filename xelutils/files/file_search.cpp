@@ -1,4 +1,5 @@
 #include "xelutils/files/file_funcs.h"
+#include "xelutils/files/internal/tree_walk.h"
 #include "xelutils/formats/xel_array.h"
 
 namespace FileFuncs {
@@ -10,13 +11,6 @@ bool IsFolderToSearch(DWORD attributes)
 {
     return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
            (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
-}
-
-bool IsLink(const CXelStringT<wchar_t>& path)
-{
-    const DWORD attributes = GetFileAttributesW(path);
-    return attributes != INVALID_FILE_ATTRIBUTES &&
-           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
 // A walk through a tree with the listings of all folders from the first one down to the present
@@ -34,7 +28,7 @@ public:
 
     bool Run(CXelStringT<wchar_t>& found)
     {
-        if (IsLink(m_folder))
+        if (FileFuncsEx::IsLink(GetFileAttributesW(m_folder)))
             return false;
         bool hasEntry = Enter();
         while (!m_levels.empty()) {

@@ -1,6 +1,7 @@
 #include <cstdint>
 
 #include "xelutils/files/file_funcs_ex.h"
+#include "xelutils/platform/framework.h"
 
 namespace FileFuncsEx {
 
@@ -8,33 +9,17 @@ namespace {
 
 constexpr int kEllipsisLength = 3;
 
-// A window's device context as it was obtained, with the font that is in it.
-class WindowContext {
-public:
-    explicit WindowContext(HWND window) : m_window(window), m_context(GetWindowDC(window)) {}
-    ~WindowContext()
-    {
-        if (m_context != nullptr)
-            ReleaseDC(m_window, m_context);
-    }
-    WindowContext(const WindowContext&) = delete;
-    WindowContext& operator=(const WindowContext&) = delete;
-
-    // False when the text cannot be measured.
-    bool Measure(const CXelStringT<wchar_t>& text, LONG& width) const
-    {
-        SIZE size = {};
-        if (m_context == nullptr ||
-            !GetTextExtentExPointW(m_context, text, text.GetLength(), 0, nullptr, nullptr, &size))
-            return false;
-        width = size.cx;
-        return true;
-    }
-
-private:
-    const HWND m_window;
-    const HDC m_context;
-};
+// False when the text cannot be measured, in the font that the context has.
+bool Measure(const CWindowDC& window, const CXelStringT<wchar_t>& text, LONG& width)
+{
+    SIZE size = {};
+    const HDC context = window.GetSafeHdc();
+    if (context == nullptr ||
+        !GetTextExtentExPointW(context, text, text.GetLength(), 0, nullptr, nullptr, &size))
+        return false;
+    width = size.cx;
+    return true;
+}
 
 // The client width less a tenth of it, which is cut to whole units.
 std::int64_t AvailableWidth(HWND window)
@@ -116,13 +101,13 @@ CXelStringT<wchar_t> CompactPath(HWND window, const wchar_t* path, wchar_t separ
     const std::int64_t available = AvailableWidth(window);
     if (available <= 0)
         return text;
-    const WindowContext context(window);
+    const CWindowDC context(window);
     LONG width = 0;
-    if (!context.Measure(text, width))
+    if (!Measure(context, text, width))
         return text;
 
     Shortener shortener(text, separator);
-    while (width > available && shortener.Shorten() && context.Measure(text, width)) {
+    while (width > available && shortener.Shorten() && Measure(context, text, width)) {
     }
     if (hadSeparator)
         text += separator;

@@ -18,6 +18,11 @@ bool IsSeparator(wchar_t unit)
     return unit == '\\' || unit == '/';
 }
 
+bool Exists(const wchar_t* path)
+{
+    return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
+}
+
 bool NamesNoEntry(const wchar_t* path)
 {
     const bool isRelative = !IsSeparator(path[0]);

@@ -1,11 +1,15 @@
-// What a path names, as far as its text tells.
+// What a path names.
 #pragma once
 
 namespace FileFuncsEx {
 
 bool IsSeparator(wchar_t unit);
 
-// Whether nothing but a root, or the working directory or a folder above it, is left of a path when
+// Whether anything has the name.
+bool Exists(const wchar_t* path);
+
+// As far as its text tells: whether nothing but a root, or the working directory or a folder above
+// it, is left of a path when
 // "." and ".." are resolved: it names no entry of a folder.
 //
 //   (empty)  \  \.  \a\..  \.host\a\..  .  a\..  ..\..  =>  true
