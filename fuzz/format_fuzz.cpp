@@ -1,6 +1,5 @@
 // Any format in both widths, over arguments that suit every conversion; texts of any room are
 // beginnings of the whole one, and both widths agree where no text or character stands in them.
-#include <cstdarg>
 #include <cstring>
 #include <limits>
 #include <string_view>
@@ -9,31 +8,13 @@
 
 #include "fuzz_input.h"
 #include "fuzz_words.h"
-#include "xelutils/platform/coredll.h"
+#include "tests/support/print.h"
 
 namespace {
 
 // A conversion with two stars takes three arguments and as many characters of the format.
 constexpr std::size_t kLongestFormat = 100;
 constexpr std::size_t kWhole = 0x4000;
-
-int Print(char* buffer, std::size_t count, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const int result = _vsnprintf(buffer, count, format, arguments);
-    va_end(arguments);
-    return result;
-}
-
-int Print(wchar_t* buffer, std::size_t count, const wchar_t* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const int result = _vsnwprintf(buffer, count, format, arguments);
-    va_end(arguments);
-    return result;
-}
 
 // The first doubles go where a call hands over doubles; later ones are read from the words.
 template <class T, std::size_t... I>

@@ -31,11 +31,9 @@ public:
     // From -8 to `most` + 8: in range, and a little out of it.
     int Index(int most) { return static_cast<int>(Word() % static_cast<unsigned>(most + 17)) - 8; }
     // Few different units, so that texts find and match each other; zeros among them.
-    wchar_t Unit()
-    {
-        static constexpr wchar_t kUnits[] = L"aab \tB\x00E9\x20AC\xD83D";
-        return kUnits[Byte() % (sizeof kUnits / sizeof *kUnits)];
-    }
+    wchar_t Unit() { return One(L"aab \tB\x00E9\x20AC\xD83D"); }
+    // One of them, the last one of a literal being a zero.
+    template <class T, std::size_t N> T One(const T (&units)[N]) { return units[Byte() % N]; }
 
 private:
     const std::uint8_t* m_data;

@@ -14,10 +14,7 @@ wchar_t Unit(FuzzInput& input)
 {
     static constexpr wchar_t kUnits[] = {'\\', '/',    '.',    '.',    'a',    ':',   0xF05C,
                                          0xE9, 0x20AC, 0xD83D, 0xDE00, 0xDCC3, 0xDCA9};
-    const unsigned choice = input.Byte();
-    if (choice == 0xFF)
-        return static_cast<wchar_t>(input.Word());
-    return kUnits[choice % std::size(kUnits)];
+    return input.Byte() < 0xF0 ? input.One(kUnits) : static_cast<wchar_t>(input.Word());
 }
 
 void AppendHostFolder(Units& units)

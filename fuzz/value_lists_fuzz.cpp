@@ -19,8 +19,7 @@ constexpr std::u16string_view kBlanks = u" \t\n\v\f\r";
 // Few different units, so that delimiters occur; zeros among them.
 char16_t Unit(FuzzInput& input)
 {
-    static constexpr char16_t kUnits[] = u"aab ,,;\r\n\t\xFFE9";
-    return kUnits[input.Byte() % (sizeof kUnits / sizeof *kUnits)];
+    return input.One(u"aab ,,;\r\n\t\xFFE9");
 }
 
 std::size_t TerminatedLength(const std::u16string& text)
@@ -154,29 +153,23 @@ void CheckQueries(FuzzInput& input, const StringArray& values, const Model& mode
 
 void Step(FuzzInput& input, StringArray& values, Model& model)
 {
-    switch (input.Byte() % 6) {
-    case 0: {
-        const Text text(input, values), delimiters(input, values);
-        SplitModel(text.model, model, delimiters.model);
-        FUZZ_REQUIRE(ParseDelimitersValues(text, values, delimiters));
-        break;
-    }
-    case 1:
-    case 2: {
-        const Text text(input, values), forbidden(input, values);
+    const unsigned action = input.Byte() % 6;
+    if (action < 3) {
+        const Text text(input, values), set(input, values);
+        if (action == 0) {
+            SplitModel(text.model, model, set.model);
+            FUZZ_REQUIRE(ParseDelimitersValues(text, values, set));
+            return;
+        }
         const auto delimiter = static_cast<char>(Unit(input));
         const auto widened = static_cast<char16_t>(static_cast<signed char>(delimiter));
-        const bool expected = ParseModel(text.model, model, widened, forbidden.model);
-        FUZZ_REQUIRE(ParseValues(text, values, delimiter, forbidden) == expected);
-        break;
-    }
-    case 3: {
+        const bool expected = ParseModel(text.model, model, widened, set.model);
+        FUZZ_REQUIRE(ParseValues(text, values, delimiter, set) == expected);
+    } else if (action == 3) {
         const Text text(input, values);
         values.push_back(text);
         model.push_back(text.model);
-        break;
-    }
-    case 4: {
+    } else if (action == 4) {
         const std::size_t from = input.Byte() % (model.size() + 1);
         const std::size_t to = input.Byte() % (model.size() + 1);
         const std::size_t capacity = values.capacity();
@@ -186,11 +179,8 @@ void Step(FuzzInput& input, StringArray& values, Model& model)
         if (from < to)
             model.erase(model.begin() + static_cast<std::ptrdiff_t>(from),
                         model.begin() + static_cast<std::ptrdiff_t>(to));
-        break;
-    }
-    default:
+    } else {
         CheckQueries(input, values, model);
-        break;
     }
 }
 

@@ -12,19 +12,17 @@ using Units = std::vector<wchar_t>;
 // Few different units, so that they match each other; terminated.
 Units Text(FuzzInput& input, unsigned most)
 {
-    static constexpr wchar_t kUnits[] = {'*',  '?',  'a', 'A', 'b',   '.',
-                                         0xE9, 0xC9, '*', 'a', 0xD83D};
+    static constexpr wchar_t kUnits[] = {'*', '?', 'a', 'A', 'b', '.', 0xE9, 0xC9, '*', 0xD83D};
     Units units;
     for (unsigned length = input.Byte() % (most + 1); length > 0 && !input.Empty(); --length)
-        units.push_back(kUnits[input.Byte() % std::size(kUnits)]);
+        units.push_back(input.One(kUnits));
     units.push_back(0);
     return units;
 }
 
 bool SameUnit(wchar_t a, wchar_t b)
 {
-    const wchar_t first[] = {a, 0};
-    const wchar_t second[] = {b, 0};
+    const wchar_t first[] = {a, 0}, second[] = {b, 0};
     return _wcsicmp(first, second) == 0;
 }
 

@@ -74,8 +74,7 @@ TEST(Array, MakesRoomForOneAndThenDoubles)
     const std::uint32_t inUse = HeapInUse();
     {
         IntArray array;
-        EXPECT_TRUE(array.empty());
-        EXPECT_EQ(array.begin(), array.end());
+        EXPECT_TRUE(array.empty() && array.begin() == array.end());
         EXPECT_EQ(HeapInUse(), inUse) << "an empty array has no storage";
         std::vector<std::size_t> capacities{array.capacity()};
         for (int i = 0; i < 9; ++i) {
@@ -84,7 +83,6 @@ TEST(Array, MakesRoomForOneAndThenDoubles)
         }
         EXPECT_EQ(capacities, (std::vector<std::size_t>{0, 1, 2, 4, 4, 8, 8, 8, 8, 16}));
         EXPECT_EQ(Values(array), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
-        EXPECT_EQ(array.size(), 9U);
         EXPECT_GT(HeapInUse(), inUse) << "storage does not come from the library's heap";
     }
     EXPECT_EQ(HeapInUse(), inUse);

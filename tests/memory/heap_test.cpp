@@ -6,9 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "memory/heap_model.h"
 #include "xelutils/memory/dlmalloc.h"
-#include "xelutils/memory/internal/heap.h"
-#include "xelutils/memory/internal/heap_check.h"
 
 using namespace xel_heap;
 
@@ -45,12 +44,11 @@ protected:
 
 TEST_F(HeapTest, FirstBlockCostsOneSegmentAndOneSmallestChunk)
 {
-    const HeapStatistics before = Stats();
-    EXPECT_EQ(before.maxSystemBytes + before.systemBytes + before.inUseBytes, 0u);
+    EXPECT_EQ(Stats().maxSystemBytes + Stats().systemBytes + Used(), 0u);
     heap.Allocate(1);
     EXPECT_EQ(Stats().maxSystemBytes, 4194304u);
     EXPECT_EQ(Stats().systemBytes, 4194304u);
-    EXPECT_EQ(Stats().inUseBytes, 16u);
+    EXPECT_EQ(Used(), 16u);
     EXPECT_EQ(heap.top->At(heap.topSize)->head, 40u);
     ExpectSound();
 }
@@ -78,13 +76,10 @@ TEST_F(HeapTest, ChunkSizesOfRequests)
 TEST_F(HeapTest, RefusesWhatCannotBe)
 {
     heap.Allocate(1);
-    for (const word size : {0xFFFFFFC0u, 0xFFFFFFFFu})
-        EXPECT_EQ(heap.Allocate(size), nullptr) << size;
-    const struct {
-        word count, size;
-    } rows[] = {{0x10000, 0x10001}, {0x10001, 0x10000}, {2, 0x80000000}, {0xFFFFFFFF, 0xFFFFFFFF}};
-    for (const auto& row : rows)
-        EXPECT_EQ(heap.AllocateZeroed(row.count, row.size), nullptr) << row.count;
+    EXPECT_EQ(heap.Allocate(0xFFFFFFC0), nullptr);
+    EXPECT_EQ(heap.Allocate(0xFFFFFFFF), nullptr);
+    EXPECT_EQ(heap.AllocateZeroed(0x10000, 0x10001), nullptr);
+    EXPECT_EQ(heap.AllocateZeroed(2, 0x80000000), nullptr);
     EXPECT_NE(heap.AllocateZeroed(0, 0xFFFFFFFF), nullptr);
     EXPECT_NE(heap.AllocateZeroed(0xFFFFFFFF, 0), nullptr);
     EXPECT_EQ(Stats().systemBytes, 4194304u);
@@ -369,86 +364,23 @@ TEST_F(HeapTest, KeepsItsPromisesWhenMemoryRunsOut)
     ExpectSound();
 }
 
-// Random steps against a plain record of what is allocated, the whole heap checked after each.
 TEST_F(HeapTest, RandomRunAgainstModel)
 {
     const unsigned start = std::random_device{}();
     SCOPED_TRACE(testing::Message() << "random start value " << start);
     std::mt19937 random(start);
-    const auto below = [&random](word limit) { return static_cast<word>(random() % limit); };
-    struct Entry {
-        unsigned char* block;
-        word size;
-        unsigned char fill;
-    };
-    std::vector<Entry> model;
-    const auto randomSize = [&]() -> word {
-        switch (below(16)) {
-        case 0:
-            return below(900000);
-        case 1:
-        case 2:
-            return below(20000);
-        case 3:
-        case 4:
-        case 5:
-            return below(1500);
-        default:
-            return below(260);
-        }
-    };
-    const auto holdsFill = [](const Entry& entry, word size) {
-        for (word i = 0; i < size; i += 1 + i / 64) {
-            if (entry.block[i] != entry.fill)
-                return false;
-        }
-        return true;
-    };
+    HeapModel<Heap> model(heap, heap);
     for (int step = 0; step < 6000; ++step) {
-        const word size = randomSize();
-        const auto fill = static_cast<unsigned char>(below(256));
-        const word action = below(step / 1000 % 2 ? 12 : 8);
-        if (model.empty() || action < 5) {
-            auto* const block = static_cast<unsigned char*>(
-                action == 0 ? heap.AllocateZeroed(1, size) : heap.Allocate(size));
-            ASSERT_TRUE(block);
-            if (action == 0) {
-                ASSERT_TRUE(holdsFill({block, size, 0}, size));
-            }
-            std::memset(block, fill, size);
-            model.push_back({block, size, fill});
-        } else {
-            Entry& entry = model[below(static_cast<word>(model.size()))];
-            ASSERT_TRUE(holdsFill(entry, entry.size));
-            if (action == 5) {
-                const word kept = std::min(size, entry.size);
-                entry.block = static_cast<unsigned char*>(heap.Reallocate(entry.block, size));
-                ASSERT_TRUE(entry.block);
-                ASSERT_TRUE(holdsFill(entry, kept));
-                std::memset(entry.block, fill, size);
-                entry.size = size;
-                entry.fill = fill;
-            } else {
-                heap.Free(entry.block);
-                entry = model.back();
-                model.pop_back();
-            }
-        }
-        ASSERT_STREQ(FindHeapFault(heap, census), nullptr) << "step " << step;
-        word inSegments = 0, mapped = 0;
-        for (const Entry& entry : model) {
-            Chunk* const chunk = ChunkOf(entry.block);
-            ASSERT_GE(chunk->UsableSize(), entry.size);
-            ++(chunk->IsMapped() ? mapped : inSegments);
-        }
-        ASSERT_EQ(census.usedChunks, inSegments + census.segments - (heap.top ? 1 : 0));
-        ASSERT_EQ(heap.footprint == census.segmentBytes, mapped == 0);
+        const word limits[] = {900000, 20000, 20000, 1500, 1500, 1500, 260, 260};
+        const auto size = static_cast<word>(random() % limits[random() % std::size(limits)]);
+        // In turn more blocks come than go and the other way round.
+        const auto action = static_cast<unsigned>(random() % 256);
+        const bool frees = step / 1000 % 2 && random() % 3 == 0;
+        ASSERT_STREQ(model.Step(frees ? 180 + action % 76 : action, size), nullptr) << step;
     }
-    for (const Entry& entry : model)
-        heap.Free(entry.block);
-    ASSERT_STREQ(FindHeapFault(heap, census), nullptr);
-    EXPECT_EQ(census.segmentBytes, heap.footprint);
-    EXPECT_EQ(census.usedChunks, census.segments - 1);
+    ASSERT_STREQ(model.FreeAll(), nullptr);
+    EXPECT_EQ(model.census.segmentBytes, heap.footprint);
+    EXPECT_EQ(model.census.usedChunks, model.census.segments - 1);
 }
 
 TEST(HeapThreads, OneHeapServesMany)
@@ -457,23 +389,22 @@ TEST(HeapThreads, OneHeapServesMany)
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([t] {
             std::mt19937 random(static_cast<unsigned>(t));
-            std::map<void*, word> blocks;
+            std::map<unsigned char*, word> blocks;
             for (int i = 0; i < 20000; ++i) {
                 if (blocks.size() < 50 || random() % 2) {
                     const word size = static_cast<word>(random() % 600);
-                    void* const block = dlmalloc(size);
+                    auto* const block = static_cast<unsigned char*>(dlmalloc(size));
                     std::memset(block, t, size);
                     EXPECT_TRUE(blocks.emplace(block, size).second);
-                } else {
-                    const auto entry = blocks.begin();
-                    for (word k = 0; k < entry->second; ++k)
-                        ASSERT_EQ(static_cast<char*>(entry->first)[k], t);
-                    dlfree(entry->first);
-                    blocks.erase(entry);
+                    continue;
                 }
+                const auto [block, size] = *blocks.begin();
+                ASSERT_EQ(std::count(block, block + size, t), static_cast<long>(size));
+                dlfree(block);
+                blocks.erase(block);
             }
-            for (const auto& entry : blocks)
-                dlfree(dlrealloc(entry.first, entry.second + 50));
+            for (const auto& [block, size] : blocks)
+                dlfree(dlrealloc(block, size + 50));
         });
     }
     for (std::thread& thread : threads)

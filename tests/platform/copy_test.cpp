@@ -1,14 +1,20 @@
 #include <algorithm>
+#include <atomic>
+#include <barrier>
+#include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 #include "support/file_size_limit.h"
 #include "support/test_folder.h"
 #include "xelutils/platform/coredll.h"
+#include "xelutils/platform/posix/copy_content.h"
 
 namespace fs = std::filesystem;
 using String = xel_text::CXelStringT<wchar_t>;
@@ -235,6 +241,80 @@ TEST(CopyFile, FullDiskLeavesTheOldFile)
         EXPECT_EQ(folder.Read("b"), "old");
         EXPECT_EQ(CountEntries(folder), 2);
     }
+}
+
+TEST(CopyFile, KilledProgramLeavesNoHalfTarget)
+{
+    GTEST_FLAG_SET(death_test_style, "fast");
+    const TestFolder folder;
+    const String source = folder.Write("a", std::string(20000, 'x'));
+    folder.Write("b", "old");
+    for (const char* const target : {"b", "c"}) {
+        const String path = folder.Path(target);
+        const auto copy = [&] {
+            const FileSizeLimit limit(10000);
+            std::signal(SIGXFSZ, SIG_DFL); // kills in the middle of the copy
+            CopyFileW(source, path, FALSE);
+            std::_Exit(0);
+        };
+        EXPECT_EXIT(copy(), testing::KilledBySignal(SIGXFSZ), "");
+    }
+    EXPECT_EQ(folder.Read("b"), "old");
+    EXPECT_FALSE(fs::exists(folder.HostPath("c")));
+}
+
+// The size that the source had when it was opened counts, and what is there.
+TEST(CopyFile, SourceThatGrowsOrShrinks)
+{
+    const struct {
+        const char* rule;
+        off_t sizeBefore;
+        blkcnt_t blocksBefore;
+        std::size_t sizeNow;
+        std::size_t copied;
+    } rows[] = {
+        {"grew", 10, 8, 100, 10},
+        {"grew from nothing", 0, 0, 100000, 100000},
+        {"shrank", 200, 8, 100, 100},
+        {"large, shrank", 200000, 400, 100000, 100000},
+        {"shrank, with holes before", 200000, 8, 100000, 100000},
+        {"shrank to nothing, with holes before", 200000, 8, 0, 0},
+    };
+    for (const auto& row : rows) {
+        const TestFolder folder;
+        std::string content(row.sizeNow, 'x');
+        folder.Write("a", content);
+        folder.Write("b", "");
+        const int source = open(folder.HostPath("a").c_str(), O_RDONLY);
+        const int target = open(folder.HostPath("b").c_str(), O_WRONLY);
+        struct stat before = StatusOf(folder.HostPath("a"));
+        before.st_size = row.sizeBefore;
+        before.st_blocks = row.blocksBefore;
+        EXPECT_EQ(CopyContent(source, before, target), 0) << row.rule;
+        EXPECT_TRUE(folder.Read("b") == content.substr(0, row.copied)) << row.rule;
+        close(source);
+        close(target);
+    }
+}
+
+TEST(CopyFile, TwoAtOnceReplaceEachOther)
+{
+    constexpr int kRounds = 300;
+    const TestFolder folder;
+    const String source = folder.Write("a", "content");
+    std::barrier round(2);
+    std::atomic<int> failures = 0;
+    const auto copyAll = [&] {
+        for (int i = 0; i < kRounds; ++i) {
+            round.arrive_and_wait();
+            failures += CopyFileW(source, folder.Path("to" + std::to_string(i)), FALSE) == FALSE;
+        }
+    };
+    std::thread other(copyAll);
+    copyAll();
+    other.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(CountEntries(folder), 1 + kRounds);
 }
 
 TEST(CopyFile, DoesNotPullAFileFromUnderItsWriter)

@@ -8,33 +8,25 @@ TEST(FileTimes, FromHost)
 {
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
     const struct {
-        const char* rule;
         std::int64_t seconds;
         std::uint32_t nanoseconds;
         std::int64_t steps;
     } rows[] = {
-        {"the host's beginning", 0, 0, 116444736000000000},
-        {"steps of 100 ns, cut", 0, 199, 116444736000000001},
-        {"before the host's beginning", -1, 999999999, 116444735999999999},
-        {"the device's beginning", -11644473600, 0, 0},
-        {"before it", -11644473601, 999999999, 0},
-        {"the last second but one", 910692730084, 999999999, 9223372036849999999},
-        {"beyond", 910692730085, 0, kMost},
-        {"far beyond", kMost, 0, kMost},
-        {"far before", -kMost, 0, 0},
+        {910692730084, 0, 9223372036840000000}, {0, 0, 116444736000000000},   {kMost, 0, kMost},
+        {0, 199, 116444736000000001},           {-11644473601, 999999999, 0}, {-11644473600, 0, 0},
+        {-1, 999999999, 116444735999999999},    {910692730085, 0, kMost},     {-kMost, 0, 0},
     };
     for (const auto& row : rows) {
         const FILETIME time = FileTimeFromHost(row.seconds, row.nanoseconds);
         EXPECT_EQ(std::int64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime, row.steps)
-            << row.rule;
+            << row.seconds;
     }
 }
 
 TEST(FileTimes, ComparedAsWholes)
 {
     const struct {
-        FILETIME first;
-        FILETIME second;
+        FILETIME first, second;
         LONG order;
     } rows[] = {
         {{5, 1}, {5, 1}, 0},           {{4, 1}, {5, 1}, -1}, {{6, 1}, {5, 1}, 1},

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "support/file_size_limit.h"
+#include "support/open_watch.h"
 #include "support/test_folder.h"
 #include "xelutils/platform/framework.h"
 #include "xelutils/platform/posix/device_root.h"
@@ -113,6 +114,26 @@ TEST(Files, RefusesWhatIsNoFile)
               ERROR_INVALID_PARAMETER);
     EXPECT_EQ(folder.Read("file"), "x");
     close(listener);
+}
+
+// Opening alone makes some devices act; a FIFO stands for them, which everybody may make.
+TEST(Files, WhatIsNoFileIsNotEvenOpened)
+{
+    const TestFolder folder;
+    mkfifo(folder.HostPath("Fifo").c_str(), 0600);
+    const OpenWatch watch(folder.HostPath("Fifo"));
+    if (watch.Count() < 0)
+        GTEST_SKIP() << "the host does not tell who opens what";
+    for (const char* const name : {"Fifo", "fifo"}) {
+        for (const DWORD access : {GENERIC_READ, GENERIC_WRITE})
+            EXPECT_EQ(ErrorOfOpening(folder.Path(name), OPEN_EXISTING, access),
+                      ERROR_ACCESS_DENIED);
+        EXPECT_EQ(ErrorOfOpening(folder.Path(name), CREATE_ALWAYS), ERROR_ACCESS_DENIED);
+        EXPECT_FALSE(CopyFileW(folder.Path(name), folder.Path("copy"), FALSE));
+        EXPECT_TRUE(SetFileAttributesW(folder.Path(name), FILE_ATTRIBUTE_READONLY));
+        EXPECT_TRUE(SetFileAttributesW(folder.Path(name), FILE_ATTRIBUTE_NORMAL));
+    }
+    EXPECT_EQ(watch.Count(), 0);
 }
 
 TEST(Files, CaseCountsOnlyBetweenExistingNames)

@@ -2,16 +2,16 @@
 // with buffers of every kind of size.
 #pragma once
 
-#include <cstdarg>
 #include <cstddef>
 #include <functional>
 #include <gtest/gtest.h>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <vector>
 
-#include "xelutils/platform/coredll.h"
+#include "tests/support/print.h"
 
 namespace format_rows {
 
@@ -36,24 +36,6 @@ template <class T> std::u16string Shown(const T* units, std::size_t count)
     for (std::size_t i = 0; i < count; ++i)
         shown += static_cast<char16_t>(static_cast<std::make_unsigned_t<T>>(units[i]));
     return shown;
-}
-
-inline int Print(char* buffer, std::size_t count, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const int result = _vsnprintf(buffer, count, format, arguments);
-    va_end(arguments);
-    return result;
-}
-
-inline int Print(wchar_t* buffer, std::size_t count, const wchar_t* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const int result = _vsnwprintf(buffer, count, format, arguments);
-    va_end(arguments);
-    return result;
 }
 
 // Text of the format's own width as an argument, and of the other one.
@@ -135,10 +117,13 @@ private:
     Function<wchar_t> m_wide;
 };
 
-inline void CheckAll(const std::vector<Row>& rows)
-{
-    for (const Row& row : rows)
-        row.Check();
-}
+// Checks the rows it is made of.
+struct CheckAll {
+    CheckAll(std::initializer_list<Row> rows)
+    {
+        for (const Row& row : rows)
+            row.Check();
+    }
+};
 
 } // namespace format_rows

@@ -23,22 +23,12 @@ WideString OwnPath()
 
 } // namespace
 
-TEST(ModuleName, IsTheProgramsDevicePath)
-{
-    wchar_t name[1000] = {};
-    const DWORD length = GetModuleFileNameW(nullptr, name, 1000);
-    EXPECT_EQ(WideString(name), OwnPath());
-    EXPECT_EQ(length, static_cast<DWORD>(OwnPath().GetLength()));
-}
-
-TEST(ModuleName, IsCutToTheBuffer)
+TEST(ModuleName, IsTheProgramsDevicePathCutToTheBuffer)
 {
     const WideString path = OwnPath();
     const int length = path.GetLength();
     const struct {
-        int size;
-        int result;
-        int stored;
+        int size, result, stored;
         DWORD error;
     } rows[] = {
         {length + 2, length, length, ERROR_SUCCESS},

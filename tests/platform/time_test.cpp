@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <ostream>
 #include <string>
 
@@ -9,9 +10,7 @@
 
 bool operator==(const SYSTEMTIME& a, const SYSTEMTIME& b)
 {
-    return a.wYear == b.wYear && a.wMonth == b.wMonth && a.wDayOfWeek == b.wDayOfWeek &&
-           a.wDay == b.wDay && a.wHour == b.wHour && a.wMinute == b.wMinute &&
-           a.wSecond == b.wSecond && a.wMilliseconds == b.wMilliseconds;
+    return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 void PrintTo(const SYSTEMTIME& time, std::ostream* out)
@@ -64,11 +63,8 @@ TEST(Time, FieldsOfFileTimes)
         {0, {1601, 1, 1, 1, 0, 0, 0, 0}},
         {kMarch2024, {2024, 3, 2, 5, 14, 7, 59, 123}},
         {116444736000000000, {1970, 1, 4, 1, 0, 0, 0, 0}},
-        {94354847990000000, {1899, 12, 0, 31, 23, 59, 59, 0}},
-        {94405824000000000 - 10000, {1900, 2, 3, 28, 23, 59, 59, 999}},
         {94405824000000000, {1900, 3, 4, 1, 0, 0, 0, 0}},
         {125962560000000000, {2000, 2, 2, 29, 0, 0, 0, 0}},
-        {125963424000000000, {2000, 3, 3, 1, 0, 0, 0, 0}},
         {9223149887999990000, {30827, 12, 5, 31, 23, 59, 59, 999}},
     };
     for (const auto& row : rows) {
@@ -122,47 +118,31 @@ TEST(Time, RefusesDatesThatThereAreNot)
     }
 }
 
+// Local time must be a time of files too.
 TEST(Time, LocalTimeFollowsTheZone)
 {
+    constexpr std::uint64_t kMost = 0x7FFFFFFFFFFFFFFF, kRefused = 7;
     const struct {
         const char* zone;
-        std::uint64_t utc;
-        std::uint64_t local;
+        std::uint64_t utc, local;
     } rows[] = {
-        {"UTC0", kMarch2024, kMarch2024},
         {"EAST-5:30", kMarch2024, kMarch2024 + 5 * kHour + kHour / 2},
         {"WEST8", kMarch2024, kMarch2024 - 8 * kHour},
         {"WEST8", 8 * kHour, 0},
+        {"WEST8", 8 * kHour - 1, kRefused},
         {"EAST-2", 0, 2 * kHour},
-        {"EAST-2", 0x7FFFFFFFFFFFFFFF - 2 * kHour, 0x7FFFFFFFFFFFFFFF},
+        {"EAST-2", kMost - 2 * kHour, kMost},
+        {"EAST-2", kMost - 2 * kHour + 1, kRefused},
+        {"WEST8", kMost + 1, kRefused},
     };
     for (const auto& row : rows) {
         const InZone zone(row.zone);
-        FILETIME local = {};
-        const FILETIME utc = FileTime(row.utc);
-        EXPECT_TRUE(FileTimeToLocalFileTime(&utc, &local)) << row.zone;
-        EXPECT_EQ(Steps(local), row.local) << row.zone;
-    }
-}
-
-TEST(Time, LocalTimeMustBeAFileTime)
-{
-    const struct {
-        const char* zone;
-        std::uint64_t utc;
-    } rows[] = {
-        {"WEST8", 8 * kHour - 1},
-        {"EAST-2", 0x7FFFFFFFFFFFFFFF - 2 * kHour + 1},
-        {"WEST8", 0x8000000000000000},
-    };
-    for (const auto& row : rows) {
-        const InZone zone(row.zone);
-        FILETIME local = FileTime(7);
+        FILETIME local = FileTime(kRefused);
         const FILETIME utc = FileTime(row.utc);
         SetLastError(ERROR_SUCCESS);
-        EXPECT_FALSE(FileTimeToLocalFileTime(&utc, &local)) << row.utc;
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-        EXPECT_EQ(Steps(local), 7u);
+        EXPECT_EQ(FileTimeToLocalFileTime(&utc, &local) == FALSE, row.local == kRefused);
+        EXPECT_EQ(GetLastError(), row.local == kRefused ? ERROR_INVALID_PARAMETER : 0);
+        EXPECT_EQ(Steps(local), row.local) << row.zone;
     }
 }
 
@@ -172,8 +152,7 @@ TEST(Time, LocalTimeHasThePresentOffsetInSummerAndWinter)
     const InZone zone("EST5EDT,M3.2.0,M11.1.0");
     const FILETIME march = FileTime(kMarch2024);
     const FILETIME september = FileTime(kMarch2024 + 180 * 24 * kHour);
-    FILETIME localMarch = {};
-    FILETIME localSeptember = {};
+    FILETIME localMarch = {}, localSeptember = {};
     EXPECT_TRUE(FileTimeToLocalFileTime(&march, &localMarch));
     EXPECT_TRUE(FileTimeToLocalFileTime(&september, &localSeptember));
     EXPECT_EQ(Steps(march) - Steps(localMarch), Steps(september) - Steps(localSeptember));

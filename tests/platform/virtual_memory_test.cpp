@@ -48,11 +48,10 @@ TEST(VirtualAlloc, PlacesAreAdjacentBelowFourGigabytesAndUsedAgain)
             EXPECT_EQ(Number(block) % 0x10000, 0u);
             EXPECT_LE(Number(block) + 4 * kMegabyte, kFourGigabytes);
         }
-        const auto upwards = direction == 0;
-        EXPECT_EQ(Number(blocks[upwards ? 1 : 0]),
-                  Number(blocks[upwards ? 0 : 1]) + (upwards ? 4 : 8) * kMegabyte);
-        EXPECT_EQ(Number(blocks[upwards ? 2 : 1]),
-                  Number(blocks[upwards ? 1 : 2]) + (upwards ? 8 : 4) * kMegabyte);
+        const bool upwards = direction == 0;
+        const std::uint64_t lowest = Number(blocks[upwards ? 0 : 2]);
+        EXPECT_EQ(Number(blocks[1]), lowest + 4 * kMegabyte);
+        EXPECT_EQ(Number(blocks[upwards ? 2 : 0]), lowest + 12 * kMegabyte);
 
         EXPECT_TRUE(Release(blocks[1]));
         void* const tooLarge = Reserve(12 * kMegabyte, direction);
@@ -82,11 +81,9 @@ TEST(VirtualAlloc, QueryAndReleaseGoByReservation)
     block[0] = 1;
     block[size - 1] = 2;
     ASSERT_EQ(VirtualQuery(block + 2 * 0x10000 + 5, &info, sizeof info), sizeof info);
-    EXPECT_EQ(info.BaseAddress, block + 2 * 0x10000);
-    EXPECT_EQ(info.AllocationBase, block);
+    EXPECT_TRUE(info.BaseAddress == block + 2 * 0x10000 && info.AllocationBase == block);
     EXPECT_EQ(info.RegionSize, size - 2 * 0x10000);
-    EXPECT_EQ(info.State, MEM_COMMIT);
-    EXPECT_EQ(info.Protect, PAGE_READWRITE);
+    EXPECT_TRUE(info.State == MEM_COMMIT && info.Protect == PAGE_READWRITE);
 
     EXPECT_FALSE(Release(block + 0x10000));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_ADDRESS);
@@ -101,23 +98,22 @@ TEST(VirtualAlloc, RefusesWhatItDoesNotOffer)
 {
     char* const block = static_cast<char*>(Reserve(2 * kMegabyte));
     const struct {
-        const char* rule;
         void* address;
         SIZE_T size;
         DWORD type, protect, error;
     } rows[] = {
-        {"half a reservation", block, kMegabyte, MEM_COMMIT, PAGE_READWRITE, 487},
-        {"not at its start", block + kMegabyte, kMegabyte, MEM_COMMIT, PAGE_READWRITE, 487},
-        {"result of a failed reservation", nullptr, kMegabyte, MEM_COMMIT, PAGE_READWRITE, 487},
-        {"no size", nullptr, 0, MEM_RESERVE, PAGE_NOACCESS, 87},
-        {"a wanted place", block, kMegabyte, MEM_RESERVE, PAGE_NOACCESS, 87},
-        {"both at once", nullptr, kMegabyte, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE, 87},
-        {"more than there is", nullptr, SIZE_MAX, MEM_RESERVE, PAGE_NOACCESS, 8},
+        {block, kMegabyte, MEM_COMMIT, PAGE_READWRITE, 487},
+        {block + kMegabyte, kMegabyte, MEM_COMMIT, PAGE_READWRITE, 487},
+        {nullptr, kMegabyte, MEM_COMMIT, PAGE_READWRITE, 487},
+        {nullptr, 0, MEM_RESERVE, PAGE_NOACCESS, 87},
+        {block, kMegabyte, MEM_RESERVE, PAGE_NOACCESS, 87},
+        {nullptr, kMegabyte, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE, 87},
+        {nullptr, SIZE_MAX, MEM_RESERVE, PAGE_NOACCESS, 8},
     };
     for (const auto& row : rows) {
         SetLastError(0);
-        EXPECT_EQ(VirtualAlloc(row.address, row.size, row.type, row.protect), nullptr) << row.rule;
-        EXPECT_EQ(GetLastError(), row.error) << row.rule;
+        EXPECT_EQ(VirtualAlloc(row.address, row.size, row.type, row.protect), nullptr);
+        EXPECT_EQ(GetLastError(), row.error) << &row - rows;
     }
     EXPECT_TRUE(Release(block));
 }

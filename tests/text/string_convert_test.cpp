@@ -17,10 +17,7 @@ TEST_F(StringConvert, NarrowTakesTheWideLengthAsCapacity)
         {L"abc", "abc/3 x1"},
         {L"", "/0 nil"},
         {L"\xE9\x20AC\x178", "<E9><80><9F>/3 x1"},
-        {L"\x4E2D"
-         L"a\xFFFD",
-         "?a?/3 x1"},
-        {L"\x81\x8D\x8F\x90\x9D", "<81><8D><8F><90><9D>/5 x1"},
+        {L"\x4E2Dz\xFFFD", "?z?/3 x1"},
     };
     for (const auto& row : rows) {
         Narrow assigned, fromFramework;
@@ -46,7 +43,6 @@ TEST_F(StringConvert, WideTakesTwiceTheBytesAsCapacity)
         {"abc", "abc/6 x1"},
         {"", "/0 nil"},
         {"\xE9\x80\x9F", "<E9><20AC><178>/6 x1"},
-        {"\x81\x9D", "<81><9D>/4 x1"},
     };
     for (const auto& row : rows) {
         const auto* bytes = reinterpret_cast<const unsigned char*>(row.text);
@@ -79,16 +75,11 @@ TEST_F(StringConvert, SameWidthFormsTakeTheTextAsItIs)
 TEST_F(StringConvert, AssigningWideTextToANarrowString)
 {
     const Row<char> rows[] = {
-        {"fits", Sole, "abc", "=de/3 x1", [](Narrow& s) { s = L"de"; }},
-        {"one more", Sole, "abc", "defg/4 x1", [](Narrow& s) { s = L"defg"; }},
-        {"nothing stale", Sole, "abc", "=<80>/3 x1", [](Narrow& s) { s = L"\x20AC"; }},
+        {"just fits", Locked, "ab", "=de/2 locked", [](Narrow& s) { s = L"de"; }},
+        {"nothing stale", Sole, "abc", "=d/3 x1", [](Narrow& s) { s = L"d"; }},
         {"shared", Shared, "abc", "de/2 x1", [](Narrow& s) { s = L"de"; }},
-        {"locked", Locked, "abc", "=de/3 locked", [](Narrow& s) { s = L"de"; }},
         {"lock lost", Locked, "abc", "defg/4 x1", [](Narrow& s) { s = L"defg"; }},
-        {"empty", Sole, "abc", "=/3 x1", [](Narrow& s) { s = L""; }},
-        {"empty, shared", Shared, "abc", "/0 nil", [](Narrow& s) { s = L""; }},
         {"null keeps the text", Sole, "a\0b"sv, "=a/3 x1", [](Narrow& s) { s = kNull<wchar_t>; }},
-        {"null, locked", Locked, "abc", "=abc/3 locked", [](Narrow& s) { s = kNull<wchar_t>; }},
         {"null, shared", Shared, "abc", "/0 nil", [](Narrow& s) { s = kNull<wchar_t>; }},
         {"null, nil", Nil, "", "=/0 nil", [](Narrow& s) { s = kNull<wchar_t>; }},
         {"low byte only", Sole, "abc", "=<AC>/3 x1", [](Narrow& s) { s = wchar_t(0x20AC); }},
@@ -102,17 +93,13 @@ TEST_F(StringConvert, AssigningWideTextToANarrowString)
 TEST_F(StringConvert, AssigningNarrowTextToAWideString)
 {
     const Row<wchar_t> rows[] = {
-        {"fits", Sole, "abcd", "=d<20AC>/4 x1", [](Wide& s) { s = "d\x80"; }},
+        {"just fits", Locked, "abcd", "=d<20AC>/4 locked", [](Wide& s) { s = "d\x80"; }},
         {"twice the bytes do not", Sole, "abc", "de/4 x1", [](Wide& s) { s = "de"; }},
-        {"shared", Shared, "abcd", "d/2 x1", [](Wide& s) { s = "d"; }},
-        {"locked", Locked, "abcd", "=de/4 locked", [](Wide& s) { s = "de"; }},
         {"lock lost", Locked, "abc", "de/4 x1", [](Wide& s) { s = "de"; }},
         {"null keeps the text", Sole, "a\0b"sv, "=a/3 x1", [](Wide& s) { s = kNull<char>; }},
         {"null bytes too", Sole, "abc", "=abc/3 x1", [](Wide& s) { s = kNull<unsigned char>; }},
         {"null, shared", Shared, "abc", "/0 nil", [](Wide& s) { s = kNull<char>; }},
-        {"null, nil", Nil, "", "=/0 nil", [](Wide& s) { s = kNull<char>; }},
         {"sign-extended", Sole, "abc", "=<FFE9>/3 x1", [](Wide& s) { s = '\xE9'; }},
-        {"positive", Sole, "abc", "=<7F>/3 x1", [](Wide& s) { s = '\x7F'; }},
         {"sign-extended, appended", Sole, "a", "a<FF80>/2 x1", [](Wide& s) { s += '\x80'; }},
     };
     Check(rows);
@@ -127,24 +114,16 @@ TEST(StringConvertDeathTest, DoubleByteTextIsCutAtTheCapacity)
         // U+3042 is 82 A0.
         const Row<char> rows[] = {
             {"fits", Sole, "zzzzzz", "=<82><A0>/6 x1", [](Narrow& s) { s = L"\x3042"; }},
-            {"just fits", Sole, "zz", "=<82><A0>/2 x1", [](Narrow& s) { s = L"\x3042"; }},
             {"cut, nothing stale", Sole, "zzzzzzz", "=<82><A0><82><A0>/7 x1",
              [](Narrow& s) { s = L"\x3042\x3042\x3042\x3042"; }},
-            {"cut to nothing stale", Locked, "zzzz", "=<82><A0>a/4 locked",
-             [](Narrow& s) {
-                 s = L"\x3042"
-                     L"a\x3042";
-             }},
-            {"cut new", Shared, "zz", "<82><A0><82>/3 x1",
-             [](Narrow& s) { s = L"\x3042\x3042\x3042"; }},
+            {"locked", Locked, "zzzz", "=<82><A0>y/4 locked",
+             [](Narrow& s) { s = L"\x3042y\x3042"; }},
         };
         Check(rows);
         EXPECT_EQ(Look(Narrow(L"\x3042\x3042")), "<82><A0>/2 x1");
         EXPECT_EQ(Look(Narrow(L"a\x3042")), "a<82>/2 x1");
-        EXPECT_EQ(Look(Narrow(L"\x3042")), "<82>/1 x1");
         EXPECT_EQ(Look(Narrow(L"a\x3042", 2)), "a<82>/2 x1");
         EXPECT_EQ(Look(Narrow(L"\x3042\x3042", 2)), "/2 x1");
-        EXPECT_EQ(Look(Wide("\x82\xA0")), "<3042>/4 x1");
         EXPECT_EQ(Look(Wide("\x82\xA0z", 3)), "<3042>z/6 x1");
     };
     EXPECT_EXIT(ExitAfter(convert), testing::ExitedWithCode(0), "");

@@ -44,11 +44,8 @@ TEST_F(StringResource, WideLoaderTellsOfText)
     const Row<wchar_t> rows[] = {
         {"loaded", Nil, "", "hello/5 x1", [](Wide& s) { return s.LoadStringW(kShort); }, 1},
         {"in place", Roomy, "abc", "=hello/8 x1", [](Wide& s) { return s.LoadStringW(kShort); }, 1},
-        {"shared", Shared, "abc", "hello/5 x1", [](Wide& s) { return s.LoadStringW(kShort); }, 1},
         {"empty", Sole, "abc", "=/3 x1", [](Wide& s) { return s.LoadStringW(kEmpty); }, 0},
         {"missing", Sole, "abc", "=/3 x1", [](Wide& s) { return s.LoadStringW(kMissing); }, 0},
-        {"missing, shared", Shared, "abc", "/0 nil",
-         [](Wide& s) { return s.LoadStringW(kMissing); }, 0},
     };
     Check(rows);
 }

@@ -73,28 +73,35 @@ TYPED_TEST(StringSearch, FindsOneOfASet)
         EXPECT_EQ(Str<T>(row.text).FindOneOf(Text<T>(row.set)), row.found) << row.text << row.set;
 }
 
-TYPED_TEST(StringSearch, ComparesUnsignedUnits)
+// Up to the terminator.
+TYPED_TEST(StringSearch, ComparesAndHashesUnsignedUnits)
 {
     using T = TypeParam;
-    constexpr bool kExact = sizeof(T) > 1;
+    using S = CXelStringT<T>;
     const struct {
-        std::string_view text;
-        const char* other;
+        std::string_view text, other;
         int order, withoutCase;
     } rows[] = {
-        {"abc", "abc", 0, 0},  {"abc", "abf", -1, -1}, {"abf", "abc", 1, 1},
-        {"ab", "abc", -1, -1}, {"", "", 0, 0},         {"", "a", -1, -1},
-        {"\xF7", "z", 1, 1},   {"z", "\x80", -1, -1},  {"ab\0c"sv, "ab", 0, 0},
-        {"ABC", "abc", -1, 0}, {"aBz", "AbY", 1, 1},   {"_", "A", 1, -1},
-        {"[", "a", -1, -1},
+        {"abc", "abf", -1, -1},       {"abc", "abc", 0, 0},  {"", "", 0, 0},
+        {"ab", "abc", -1, -1},        {"\xF7", "z", 1, 1},   {"", "a", -1, -1},
+        {"z", "\x80", -1, -1},        {"ABC", "abc", -1, 0}, {"_", "A", 1, -1},
+        {"ab\0c"sv, "ab", 0, 0},      {"aBz", "AbY", 1, 1},  {"[", "a", -1, -1},
+        {"ab\0c"sv, "ab\0d"sv, 0, 0},
     };
     const auto sign = [](int value) { return (value > 0) - (value < 0); };
     for (const auto& row : rows) {
-        const CXelStringT<T> text = Str<T>(row.text);
-        const int order = text.Compare(Text<T>(row.other));
-        EXPECT_EQ(kExact ? order : sign(order), row.order) << row.text << row.other;
-        EXPECT_EQ(sign(text.CompareNoCase(Text<T>(row.other))), row.withoutCase) << row.text;
+        SCOPED_TRACE(row.text);
+        const S text = Str<T>(row.text), second = Str<T>(row.other);
+        const Text<T> other(row.other);
+        EXPECT_EQ(sizeof(T) > 1 ? text.Compare(other) : sign(text.Compare(other)), row.order);
+        EXPECT_EQ(sign(text.CompareNoCase(other)), row.withoutCase);
+        EXPECT_TRUE((text == second) == (row.order == 0) && (text != other) == (row.order != 0));
+        EXPECT_TRUE((text < second) == (row.order < 0) && (text > other) == (row.order > 0));
+        EXPECT_TRUE((second >= text) == (row.order <= 0) && (other <= text) == (row.order >= 0));
+        EXPECT_TRUE(row.order != 0 || std::hash<S>()(text) == std::hash<S>()(second));
     }
+    EXPECT_TRUE(S() == kNull<T> && Str<T>("a") > kNull<T>);
+    EXPECT_NE(std::hash<S>()(Str<T>("a")), std::hash<S>()(Str<T>("b")));
 }
 
 TEST(StringSearchCase, OnlyWideTextFoldsBeyondAscii)

@@ -14,7 +14,7 @@ struct stat stateOf(const std::string& path)
     return info;
 }
 
-const std::vector<std::string> kSet = {"set", "p.ini", "A", "k", "w"};
+const char kSet[] = "set|p.ini|A|k|w";
 
 TEST(XeliniSafety, WritesNothingWhenNothingWouldChange)
 {
@@ -22,14 +22,13 @@ TEST(XeliniSafety, WritesNothingWhenNothingWouldChange)
     folder.Write("p.ini", "[A]\nk=w\n");
     fs::last_write_time(folder.HostPath("p.ini"), fs::file_time_type::min());
     const struct stat before = stateOf(folder.HostPath("p.ini"));
-    const std::vector<std::string> commands[] = {kSet,
-                                                 {"convert", "p.ini", "--encoding", "8bit"},
-                                                 {"merge", "p.ini", "p.ini", "-o", "p.ini"}};
+    const char* const commands[] = {kSet, "convert|p.ini|--encoding|8bit",
+                                    "merge|p.ini|p.ini|-o|p.ini"};
     for (const auto& command : commands) {
-        EXPECT_EQ(folder.run(command).status, 0) << command[0];
+        EXPECT_EQ(folder.run(command).status, 0) << command;
         const struct stat after = stateOf(folder.HostPath("p.ini"));
-        EXPECT_EQ(after.st_ino, before.st_ino) << command[0];
-        EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec) << command[0];
+        EXPECT_EQ(after.st_ino, before.st_ino) << command;
+        EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec) << command;
     }
 }
 
@@ -47,7 +46,7 @@ TEST(XeliniSafety, KeepsModeAndLinks)
     EXPECT_EQ(folder.fileCount(), 2u);
 
     const mode_t mask = ::umask(027);
-    EXPECT_EQ(folder.run({"set", "new.ini", "A", "k", "v", "--encoding", "8bit"}).status, 0);
+    EXPECT_EQ(folder.run("set|new.ini|A|k|v|--encoding|8bit").status, 0);
     ::umask(mask);
     EXPECT_EQ(stateOf(folder.HostPath("new.ini")).st_mode & 07777, 0640u);
 }
@@ -59,29 +58,22 @@ TEST(XeliniSafety, FileIsAHostPathWhateverTheDeviceRootIs)
     folder.Write(name, "[A]\nk=v\n");
     fs::create_directory(folder.HostPath("root"));
     const Surroundings around = {.deviceRoot = "root"};
-    EXPECT_EQ(folder.run({"set", name, "A", "k", "w"}, around).status, 0);
-    EXPECT_EQ(folder.run({"get", folder.HostPath(name), "A", "k"}, around).out, "w\n");
+    EXPECT_EQ(folder.run("set|" + name + "|A|k|w", around).status, 0);
+    EXPECT_EQ(folder.run("get|" + folder.HostPath(name) + "|A|k", around).out, "w\n");
     // Another case is another file to the host.
-    EXPECT_EQ(folder.run({"get", "A\\B\xE9.INI", "A", "k"}, around).status, 2);
+    EXPECT_EQ(folder.run("get|A\\B\xE9.INI|A|k", around).status, 2);
 }
 
 TEST(XeliniSafety, FullDiskLeavesTheOldFile)
 {
     const std::string large(5000, 'x');
-    expectRow({"the limit ends the write",
-               {"set", "p.ini", "A", "k", large},
-               "[A]\nk=v\n",
-               2,
-               "",
-               "p.ini: cannot be written: file too large",
-               "[A]\nk=v\n"},
+    expectRow({"the limit ends the write", "set|p.ini|A|k|" + large, "[A]\nk=v\n", 2, "",
+               "p.ini: cannot be written: file too large", "[A]\nk=v\n"},
               {.maxFileSize = 4096});
-    const Outcome full = [] {
-        XeliniFolder folder;
-        folder.Write("p.ini", "[A]\nk=v\n");
-        fs::create_symlink("/dev/full", folder.HostPath("full"));
-        return folder.run({"convert", "p.ini", "--encoding", "8bit", "-o", "full"});
-    }();
+    XeliniFolder folder;
+    folder.Write("p.ini", "[A]\nk=v\n");
+    fs::create_symlink("/dev/full", folder.HostPath("full"));
+    const Outcome full = folder.run("convert|p.ini|--encoding|8bit|-o|full");
     EXPECT_EQ(full.status, 2);
     EXPECT_EQ(full.err, "xelini: full: cannot be written: not a regular file\n");
 }
@@ -97,12 +89,12 @@ TEST(XeliniSafety, FolderThatTakesNoNewFile)
         deep += "/" + std::string(std::min(kLongestName, kFolderLength - deep.size() - 1), 'd');
     fs::create_directories(deep);
     std::ofstream(deep + "/p.ini") << "[A]\nk=v\n";
-    const Outcome outcome = folder.run({"set", deep + "/p.ini", "A", "k", "w"});
+    const Outcome outcome = folder.run("set|" + deep + "/p.ini|A|k|w");
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.err,
               "xelini: " + deep +
                   "/p.ini: cannot write a new file in its folder: file name too long\n");
-    EXPECT_EQ(folder.run({"get", deep + "/p.ini", "A", "k"}).out, "v\n");
+    EXPECT_EQ(folder.run("get|" + deep + "/p.ini|A|k").out, "v\n");
 }
 
 TEST(XeliniSafety, WhatIsNoFileStays)
@@ -113,7 +105,7 @@ TEST(XeliniSafety, WhatIsNoFileStays)
     const Outcome directory = folder.run(kSet);
     EXPECT_EQ(directory.status, 2);
     EXPECT_EQ(directory.err, "xelini: p.ini: cannot be written: is a directory\n");
-    const Outcome link = folder.run({"set", "link.ini", "A", "k", "v", "--encoding", "8bit"});
+    const Outcome link = folder.run("set|link.ini|A|k|v|--encoding|8bit");
     EXPECT_EQ(link.status, 2);
     EXPECT_EQ(link.err, "xelini: link.ini: is a link that leads nowhere\n");
     EXPECT_EQ(folder.fileCount(), 2u);
@@ -124,8 +116,7 @@ Outcome convertWhile(XeliniFolder& folder, void (*interfere)(const std::string& 
 {
     int ends[2];
     EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    const pid_t child =
-        folder.start({"convert", "-", "--encoding", "8bit", "-o", "p.ini"}, {}, ends[0]);
+    const pid_t child = folder.start("convert|-|--encoding|8bit|-o|p.ini", {}, ends[0]);
     ::close(ends[0]);
     // More than a pipe holds: when all of it is gone, the program is reading.
     const std::string input(256 * 1024, ';');
@@ -163,10 +154,10 @@ TEST(XeliniSafety, SimultaneousChangesAllCount)
     folder.Write("p.ini", "[A]\n");
     std::vector<pid_t> children;
     for (int i = 0; i < kPrograms; ++i)
-        children.push_back(folder.start({"set", "p.ini", "A", "k" + std::to_string(i), "v"}));
+        children.push_back(folder.start("set|p.ini|A|k" + std::to_string(i) + "|v"));
     for (const pid_t child : children)
         EXPECT_EQ(folder.finish(child).status, 0);
-    EXPECT_EQ(folder.run({"check", "p.ini"}).out, "p.ini: 8-bit text, 1 section, 8 entries\n");
+    EXPECT_EQ(folder.run("check|p.ini").out, "p.ini: 8-bit text, 1 section, 8 entries\n");
     EXPECT_EQ(folder.fileCount(), 1u);
 }
 

@@ -16,6 +16,19 @@
 
 using namespace std::string_literals;
 
+// A command line, its words between bars.
+struct Arguments {
+    Arguments(const char* line) : Arguments(std::string(line)) {}
+    Arguments(const std::string& line)
+    {
+        for (std::size_t start = 0, end = 0; !line.empty() && end != line.npos; start = end + 1) {
+            end = line.find('|', start);
+            words.push_back(line.substr(start, end - start));
+        }
+    }
+    std::vector<std::string> words;
+};
+
 struct Outcome {
     int status;
     std::string out;
@@ -31,8 +44,7 @@ struct Surroundings {
 
 class XeliniFolder : public TestFolder {
 public:
-    pid_t start(const std::vector<std::string>& arguments, const Surroundings& around = {},
-                int inputPipe = -1)
+    pid_t start(const Arguments& arguments, const Surroundings& around = {}, int inputPipe = -1)
     {
         m_streams.Write("in", around.input);
         const pid_t child = ::fork();
@@ -50,7 +62,7 @@ public:
         if (around.maxFileSize != RLIM_INFINITY)
             ::setrlimit(RLIMIT_FSIZE, &limit);
         std::vector<char*> argv = {const_cast<char*>("xelini")};
-        for (const std::string& argument : arguments)
+        for (const std::string& argument : arguments.words)
             argv.push_back(const_cast<char*>(argument.c_str()));
         argv.push_back(nullptr);
         if (::chdir(HostPath("").c_str()) == 0)
@@ -64,7 +76,7 @@ public:
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, m_streams.Read("out"),
                 m_streams.Read("err")};
     }
-    Outcome run(const std::vector<std::string>& arguments, const Surroundings& around = {})
+    Outcome run(const Arguments& arguments, const Surroundings& around = {})
     {
         return finish(start(arguments, around));
     }
@@ -92,7 +104,7 @@ inline const std::string kMissing = "<missing>";
 // line end.
 struct Row {
     const char* rule;
-    std::vector<std::string> arguments;
+    Arguments arguments;
     std::string before;
     int status;
     std::string out;
