@@ -11,6 +11,10 @@
 // - Locale settings of the host program change nothing.
 #pragma once
 
+#if defined(_WIN32)
+#include "xelutils/platform/windows/coredll.h"
+#else
+
 #include <atomic>
 #include <cstdarg>
 #include <cstddef>
@@ -58,10 +62,15 @@ constexpr DWORD ERROR_DISK_FULL = 112;
 constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
 constexpr DWORD ERROR_INVALID_NAME = 123;
 constexpr DWORD ERROR_MOD_NOT_FOUND = 126;
+constexpr DWORD ERROR_PROC_NOT_FOUND = 127;
+constexpr DWORD ERROR_WAIT_NO_CHILDREN = 128;
 constexpr DWORD ERROR_DIR_NOT_EMPTY = 145;
 constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+constexpr DWORD ERROR_BAD_EXE_FORMAT = 193;
 constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206;
+constexpr DWORD ERROR_MORE_DATA = 234;
 constexpr DWORD ERROR_NO_WORK_DONE = 235;
+constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
 constexpr DWORD ERROR_DIRECTORY = 267;
 constexpr DWORD ERROR_INVALID_ADDRESS = 487;
 constexpr DWORD ERROR_INVALID_FLAGS = 1004;
@@ -92,8 +101,8 @@ constexpr DWORD FILE_ATTRIBUTE_TEMPORARY = 0x100;
 constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
 constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
 
-// Regular files only; INVALID_HANDLE_VALUE for anything else and for every failure. Nothing
-// blocks on a FIFO or a device. Security and template are ignored. A file opened for writing
+// Regular files only; INVALID_HANDLE_VALUE for anything else and for every failure. FIFOs and
+// devices are not even opened. Security and template are ignored. A file opened for writing
 // without FILE_SHARE_WRITE is locked against other such writers before it is truncated
 // (ERROR_SHARING_VIOLATION for the second one); readers are always let in.
 HANDLE CreateFileW(const wchar_t* name, DWORD access, DWORD share, void* security, DWORD creation,
@@ -199,15 +208,16 @@ BOOL SetFileAttributesW(const wchar_t* name, DWORD attributes);
 BOOL CreateDirectoryW(const wchar_t* name, void* security);
 
 // An empty folder only; ERROR_DIR_NOT_EMPTY for others, ERROR_DIRECTORY for links and files. The
-// root and the working directory stay (ERROR_ACCESS_DENIED).
+// root and the working directory stay, by whatever name (ERROR_ACCESS_DENIED).
 BOOL RemoveDirectoryW(const wchar_t* name);
 
 // Anything but a folder, and but what is read-only (ERROR_ACCESS_DENIED for both).
 BOOL DeleteFileW(const wchar_t* name);
 
 // Copies content, permissions and time of the last write of a file; a link is copied as a link.
-// Nothing else is copied (ERROR_ACCESS_DENIED). The target is replaced in one step when the copy
-// is complete, and is untouched after a failure:
+// Nothing else is copied (ERROR_ACCESS_DENIED). Of a file that is written to meanwhile, no more is
+// copied than it had at the beginning. The target appears, or is replaced, in one step when the
+// copy is complete, also when the program is killed before; it is untouched after a failure:
 //
 // - ERROR_FILE_EXISTS when it exists and `failIfExists` says so,
 // - ERROR_SHARING_VIOLATION when it is the source itself, by whatever name, or when a writer has
@@ -400,6 +410,62 @@ inline LONG InterlockedCompareExchange(volatile LONG* word, LONG value, LONG com
     return comparand;
 }
 
+// ---- Registry -----------------------------------------------------------------------------
+//
+// A text file as the device's registry editor exports it, on the host: the environment's
+// XEL_REGISTRY names it, else it is "registry.reg" in the user's data folder ($XDG_DATA_HOME, else
+// ~/.local/share). A missing file is a registry without keys. Lines that are broken are left out;
+// the first of them is named on the debugger's output. Nothing is ever written.
+//
+// A file that has changed is read again when a root is next used. An open key, with all below it,
+// stays as it was when it was opened. Names are compared without case. Keys and values are listed
+// in the order of the file.
+//
+// The result of these calls is the error's number; the last error is left alone.
+
+struct HKEY__;
+using HKEY = HKEY__*;
+
+// Always open.
+inline const HKEY HKEY_CLASSES_ROOT = reinterpret_cast<HKEY>(std::uintptr_t{0x80000000});
+inline const HKEY HKEY_CURRENT_USER = reinterpret_cast<HKEY>(std::uintptr_t{0x80000001});
+inline const HKEY HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(std::uintptr_t{0x80000002});
+inline const HKEY HKEY_USERS = reinterpret_cast<HKEY>(std::uintptr_t{0x80000003});
+
+// Types of values. Text is UTF-16 with a terminator that counts, unless a file leaves it out.
+constexpr DWORD REG_NONE = 0;
+constexpr DWORD REG_SZ = 1;
+constexpr DWORD REG_EXPAND_SZ = 2;
+constexpr DWORD REG_BINARY = 3;
+constexpr DWORD REG_DWORD = 4;
+constexpr DWORD REG_MULTI_SZ = 7;
+
+// `subKey` is a path with "\" between the names; null or empty it means `key` itself. Options and
+// access are ignored. ERROR_FILE_NOT_FOUND when there is no such key.
+LONG RegOpenKeyExW(HKEY key, const wchar_t* subKey, DWORD options, DWORD access, HKEY* result);
+
+// The name of the sub-key at `index`. `nameLength` is the buffer's length in units, terminator
+// included, and becomes the name's, without it. ERROR_MORE_DATA, and nothing is stored, when the
+// name does not fit; ERROR_NO_MORE_ITEMS behind the last one. `reserved` and `lastWrite` are null;
+// classes are empty, and their arguments may be null.
+LONG RegEnumKeyExW(HKEY key, DWORD index, wchar_t* name, DWORD* nameLength, DWORD* reserved,
+                   wchar_t* className, DWORD* classLength, FILETIME* lastWrite);
+
+// The same for the value at `index`; the name of a key's default value is empty. Type and data may
+// be null; they are given as RegQueryValueExW gives them.
+LONG RegEnumValueW(HKEY key, DWORD index, wchar_t* name, DWORD* nameLength, DWORD* reserved,
+                   DWORD* type, BYTE* data, DWORD* dataSize);
+
+// A value's type and data, the bytes as they are stored; a null or empty name means the default
+// value. `dataSize` is the buffer's size in bytes and becomes the data's. Without a buffer only the
+// size is given; with one that is too small nothing is stored there (ERROR_MORE_DATA), but type
+// and size are. ERROR_FILE_NOT_FOUND when there is no such value.
+LONG RegQueryValueExW(HKEY key, const wchar_t* valueName, DWORD* reserved, DWORD* type, BYTE* data,
+                      DWORD* dataSize);
+
+// Harmless for the roots. ERROR_INVALID_HANDLE for what is no open key, here and above.
+LONG RegCloseKey(HKEY key);
+
 // ---- Modules and debugger output -----------------------------------------------------------
 
 using HMODULE = void*;
@@ -417,6 +483,110 @@ DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size);
 // to a reader who has gone (there is no SIGPIPE); for one who does not read on, the first text
 // waits a second, those behind it not at all. Leaves errno and the last error alone.
 void OutputDebugStringW(const wchar_t* text);
+
+// ---- Libraries ----------------------------------------------------------------------------
+
+using HINSTANCE = HMODULE;
+using FARPROC = int (*)();
+
+// Loads the file with this name and no other: there is no search, not for a bare name either. Below
+// "\Windows\", where the device's root has no such folder, a name means a file of the host's own
+// library folder, the one that the C library was loaded from. A library that is loaded already is
+// not loaded again; each call is to be undone by a FreeLibrary.
+//
+// Whoever may write to the file, a folder on the way to it or a link there decides what code runs:
+// links are followed, and ".." in a name leads out of the folder that it was appended to.
+//
+// Null on failure: ERROR_MOD_NOT_FOUND when there is no such file or something that it needs is
+// missing (what, the host's loader tells the debugger's output), ERROR_BAD_EXE_FORMAT when it is
+// no library for this processor, ERROR_ACCESS_DENIED when it cannot be read or is no file.
+HMODULE LoadLibraryW(const wchar_t* name);
+
+// What the library, or one that it was linked with, calls `name`; case counts. Null, and
+// ERROR_PROC_NOT_FOUND, when there is nothing; ERROR_INVALID_HANDLE for a library that is not
+// loaded (any more).
+FARPROC GetProcAddressW(HMODULE module, const wchar_t* name);
+
+// ERROR_INVALID_HANDLE for a library that is not loaded (any more).
+BOOL FreeLibrary(HMODULE module);
+
+// ---- Child programs -----------------------------------------------------------------------
+//
+// A child that nobody waits for is collected by a later CreateProcessW, whatever became of its
+// handles; until then it costs an entry in the host's process table and a descriptor. One that has
+// been collected costs nothing but the handles.
+//
+// A host that ignores SIGCHLD, or takes the status of every child by a wait of its own, leaves
+// nothing to be known here: both questions about the child fail with ERROR_WAIT_NO_CHILDREN then,
+// the wait once the child has ended.
+
+constexpr DWORD CREATE_NEW_CONSOLE = 0x10;
+constexpr DWORD INFINITE = 0xFFFFFFFF;
+constexpr DWORD WAIT_OBJECT_0 = 0;
+constexpr DWORD WAIT_TIMEOUT = 258;
+constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
+constexpr DWORD STILL_ACTIVE = 259;
+
+// Nothing of it is looked at.
+struct STARTUPINFOW {
+    // 68 on every target, as the device has it, though pointers may be longer here.
+    DWORD cb;
+    wchar_t* lpReserved;
+    wchar_t* lpDesktop;
+    wchar_t* lpTitle;
+    DWORD dwX;
+    DWORD dwY;
+    DWORD dwXSize;
+    DWORD dwYSize;
+    DWORD dwXCountChars;
+    DWORD dwYCountChars;
+    DWORD dwFillAttribute;
+    DWORD dwFlags;
+    WORD wShowWindow;
+    WORD cbReserved2;
+    BYTE* lpReserved2;
+    HANDLE hStdInput;
+    HANDLE hStdOutput;
+    HANDLE hStdError;
+};
+static_assert(sizeof(void*) != 4 || sizeof(STARTUPINFOW) == 68, "the device's record");
+
+struct PROCESS_INFORMATION {
+    // Both to be closed; they are good for the same calls.
+    HANDLE hProcess;
+    HANDLE hThread;
+    DWORD dwProcessId;
+    DWORD dwThreadId;
+};
+
+// Starts the program with this name; there is no search and no shell. The child's arguments are
+// the program's name, as the host has it, and the words of the command line, which does not name
+// the program. They are UTF-8; units that carry a byte of a file's name become that byte.
+//
+//   a "b c" d"e f"g  =>  a, b c, de fg       two backslashes before a quote are one backslash,
+//   "x\\" \\"y"      =>  x\, \y               and the quote means what it meant without them
+//   \" "\"" "a""b"   =>  ", ", a"b            so written, it is part of the text
+//   \a\\b            =>  \a\\b                elsewhere backslashes are nothing special
+//
+// The child inherits environment, working directory and the three standard streams, but no other
+// descriptor, and every signal has its usual effect there. Attributes, environment and directory
+// are null, nothing is inherited by wish, and `flags` is 0 or CREATE_NEW_CONSOLE, which means
+// nothing here (ERROR_INVALID_PARAMETER otherwise). `commandLine` may be null and stays as it is.
+//
+// ERROR_ACCESS_DENIED for a folder and for a file that may not be executed, ERROR_BAD_EXE_FORMAT
+// for one that the host cannot execute, or whose interpreter it does not find.
+BOOL CreateProcessW(const wchar_t* program, wchar_t* commandLine, void* processAttributes,
+                    void* threadAttributes, BOOL inheritHandles, DWORD flags, void* environment,
+                    const wchar_t* directory, STARTUPINFOW* startup,
+                    PROCESS_INFORMATION* information);
+
+// Waits for the end of a child for so many milliseconds, or INFINITE: WAIT_OBJECT_0, WAIT_TIMEOUT,
+// or WAIT_FAILED with the last error. Only children can be waited for.
+DWORD WaitForSingleObject(HANDLE process, DWORD milliseconds);
+
+// STILL_ACTIVE while the child runs. The host keeps the lowest 8 bits of what a program exits with
+// (259 arrives as 3); one that a signal ended has 128 and the signal's number.
+BOOL GetExitCodeProcess(HANDLE process, DWORD* exitCode);
 
 // ---- Text ---------------------------------------------------------------------------------
 
@@ -571,3 +741,5 @@ int ReleaseDC(HWND window, HDC context);
 // fit and where each one ends cannot be asked: `maxExtent` is 0, `fit` and `extents` are null.
 BOOL GetTextExtentExPointW(HDC context, const wchar_t* text, int length, int maxExtent, int* fit,
                            int* extents, SIZE* size);
+
+#endif

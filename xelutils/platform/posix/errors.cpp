@@ -61,6 +61,11 @@ DWORD ErrorFromErrno(int hostError)
         return ERROR_INVALID_NAME;
     case ENAMETOOLONG:
         return ERROR_FILENAME_EXCED_RANGE;
+    case ECHILD:
+        return ERROR_WAIT_NO_CHILDREN;
+    case ENOEXEC:
+    case ELIBBAD:
+        return ERROR_BAD_EXE_FORMAT;
     default:
         return ERROR_GEN_FAILURE;
     }

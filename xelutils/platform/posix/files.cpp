@@ -44,30 +44,30 @@ std::optional<Disposition> DispositionOf(DWORD creation)
     }
 }
 
-// A program that was started without standard streams must not find its files in their place.
-int ClearOfStandardStreams(int descriptor)
+// -1 with errno set. What is no regular file is not opened, only looked at: opening alone makes
+// some devices act.
+int OpenRegularFile(const char* name, int accessMode)
 {
-    constexpr int kFirstFree = STDERR_FILENO + 1;
-    if (descriptor < 0 || descriptor >= kFirstFree)
-        return descriptor;
-    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstFree);
-    const int error = errno;
-    close(descriptor);
-    errno = error;
-    return moved;
+    struct stat status;
+    if (stat(name, &status) != 0)
+        return -1;
+    if (S_ISREG(status.st_mode))
+        return OpenHostFile(name, accessMode);
+    errno = EACCES;
+    return -1;
 }
 
 // Finds the file, or the place for a new one, and opens it. -1 with the last error set. Never
 // truncates: the lock comes first.
 int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& disposition)
 {
-    int descriptor = OpenHostFile(path.Name(), accessMode);
+    int descriptor = OpenRegularFile(path.Name(), accessMode);
     if (descriptor < 0 && IsMissing(errno)) {
         const bool changes = disposition.createsMissing || disposition.truncates;
         const FoundOrPlace other = FindOrPlaceWithoutCase(
             path, LookFor::Target, changes ? LookupUse::Change : LookupUse::Read);
         if (other.found) {
-            descriptor = OpenHostFile(other.found->c_str(), accessMode);
+            descriptor = OpenRegularFile(other.found->c_str(), accessMode);
         } else {
             const std::optional<std::string>& place = other.place;
             if (!place || !disposition.createsMissing) {
@@ -97,12 +97,29 @@ int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& dispos
 
 } // namespace
 
+int ClearOfStandardStreams(int descriptor)
+{
+    constexpr int kFirstFree = STDERR_FILENO + 1;
+    if (descriptor < 0 || descriptor >= kFirstFree)
+        return descriptor;
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstFree);
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return moved;
+}
+
 int OpenHostFile(const char* name, int flags, mode_t mode)
+{
+    return OpenHostFileIn(AT_FDCWD, name, flags, mode);
+}
+
+int OpenHostFileIn(int folder, const char* name, int flags, mode_t mode)
 {
     constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     int descriptor;
     do {
-        descriptor = open(name, flags | kAlways, mode);
+        descriptor = openat(folder, name, flags | kAlways, mode);
     } while (descriptor < 0 && errno == EINTR);
     return ClearOfStandardStreams(descriptor);
 }

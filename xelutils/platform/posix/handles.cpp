@@ -8,11 +8,12 @@
 #include <vector>
 
 #include "xelutils/platform/posix/errors.h"
+#include "xelutils/platform/unload.h"
 
 namespace {
 
 using Target = std::variant<std::monostate, HandleTarget, std::shared_ptr<Listing>,
-                            std::shared_ptr<const Volume>>;
+                            std::shared_ptr<const Volume>, std::shared_ptr<ChildProcess>>;
 
 struct HandleTable {
     std::mutex lock;
@@ -24,8 +25,8 @@ struct HandleTable {
 
 HandleTable& Table()
 {
-    // Never destroyed: files may still be closed while the program ends.
-    static HandleTable& s_table = *new HandleTable;
+    // Lasting: files may still be closed while the program ends.
+    static HandleTable& s_table = MakeLasting<HandleTable>();
     return s_table;
 }
 
@@ -112,6 +113,11 @@ HANDLE MakeHandle(std::shared_ptr<const Volume> volume)
     return Add(std::move(volume));
 }
 
+HANDLE MakeHandle(std::shared_ptr<ChildProcess> child)
+{
+    return Add(std::move(child));
+}
+
 HandleTarget LookUpHandle(HANDLE handle)
 {
     return LookUp<HandleTarget>(handle);
@@ -127,9 +133,15 @@ std::shared_ptr<const Volume> LookUpVolume(HANDLE handle)
     return LookUp<std::shared_ptr<const Volume>>(handle);
 }
 
+std::shared_ptr<ChildProcess> LookUpChild(HANDLE handle)
+{
+    return LookUp<std::shared_ptr<ChildProcess>>(handle);
+}
+
 BOOL CloseHandle(HANDLE handle)
 {
-    return Remove<HandleTarget, std::shared_ptr<const Volume>>(handle);
+    return Remove<HandleTarget, std::shared_ptr<const Volume>, std::shared_ptr<ChildProcess>>(
+        handle);
 }
 
 BOOL FindClose(HANDLE listing)

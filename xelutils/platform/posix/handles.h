@@ -33,14 +33,20 @@ struct Listing;
 // What a storage card tells of itself; see storage_cards.h.
 struct Volume;
 
+// A program that was started here; see processes.cpp.
+struct ChildProcess;
+
 // Handles are numbers of table entries, so that one which was closed is refused, not followed.
-// Files and mappings share the numbers with listings and volumes, but none is taken for another.
+// Files and mappings share the numbers with listings, volumes and children, but none is taken for
+// another.
 HANDLE MakeHandle(HandleTarget target);
 HANDLE MakeHandle(std::shared_ptr<const Volume> volume);
 HANDLE MakeHandle(std::shared_ptr<Listing> listing);
+HANDLE MakeHandle(std::shared_ptr<ChildProcess> child);
 
 // What `handle` refers to; null, and ERROR_INVALID_HANDLE, when it refers to nothing of the
 // kind.
 HandleTarget LookUpHandle(HANDLE handle);
 std::shared_ptr<Listing> LookUpListing(HANDLE handle);
 std::shared_ptr<const Volume> LookUpVolume(HANDLE handle);
+std::shared_ptr<ChildProcess> LookUpChild(HANDLE handle);

@@ -26,43 +26,17 @@ bool IsCarrier(char32_t character)
 
 // ---- One name -----------------------------------------------------------------------------
 
-struct Decoded {
-    char32_t character;
-    // Bytes; 0 when there is no well-formed character.
-    std::size_t length;
-};
-
-// The well-formed UTF-8 character that `bytes`, which are not empty, begin with.
-Decoded DecodeCharacter(std::string_view bytes)
-{
-    const auto lead = static_cast<unsigned char>(bytes[0]);
-    if (lead < 0x80)
-        return {lead, 1};
-    const std::size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (length == 0 || lead > 0xF4 || length > bytes.size())
-        return {0, 0};
-    char32_t character = lead & (0xFFu >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        if ((byte & 0xC0) != 0x80)
-            return {0, 0};
-        character = character << 6 | (byte & 0x3Fu);
-    }
-    const bool overlong =
-        (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    if (overlong || surrogate || character > 0x10FFFF)
-        return {0, 0};
-    return {character, length};
-}
-
 // Appends the bytes of one component; false when no host name stands for it.
 bool AppendHostName(std::string& path, const wchar_t* name, std::size_t length)
 {
     const std::size_t start = path.size();
     bool carries = false;
     const wchar_t* const end = name + length;
-    for (const wchar_t* unit = name; unit != end;) {
+    const wchar_t* unit = std::find_if(name, end, [](wchar_t u) { return u >= kEndOfAscii; });
+    path.resize(start + static_cast<std::size_t>(unit - name));
+    std::transform(name, unit, path.begin() + static_cast<std::ptrdiff_t>(start),
+                   [](wchar_t ascii) { return static_cast<char>(ascii); });
+    while (unit != end) {
         const char32_t character = TakeCharacter(unit, end);
         if (IsCarrier(character)) {
             path.push_back(static_cast<char>(character - kCarrierBase));
@@ -85,7 +59,7 @@ bool AppendHostName(std::string& path, const wchar_t* name, std::size_t length)
 void AppendDeviceName(std::vector<wchar_t>& units, std::string_view hostName)
 {
     while (!hostName.empty()) {
-        Decoded decoded = DecodeCharacter(hostName);
+        const DecodedUtf8 decoded = DecodeUtf8(hostName);
         if (decoded.length == 0 || decoded.character == kCarriedBackslash) {
             const std::size_t bytes = std::max<std::size_t>(decoded.length, 1);
             for (const char byte : hostName.substr(0, bytes))
@@ -94,14 +68,7 @@ void AppendDeviceName(std::vector<wchar_t>& units, std::string_view hostName)
             hostName.remove_prefix(bytes);
             continue;
         }
-        if (decoded.character >= 0x10000) {
-            const char32_t above = decoded.character - 0x10000;
-            units.push_back(static_cast<wchar_t>(0xD800 + (above >> 10)));
-            units.push_back(static_cast<wchar_t>(0xDC00 + (above & 0x3FF)));
-        } else {
-            units.push_back(decoded.character == '\\' ? kCarriedBackslash
-                                                      : static_cast<wchar_t>(decoded.character));
-        }
+        AppendUtf16(units, decoded.character == '\\' ? kCarriedBackslash : decoded.character);
         hostName.remove_prefix(decoded.length);
     }
 }

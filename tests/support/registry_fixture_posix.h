@@ -1,0 +1,37 @@
+// The registry is a file that the environment names.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "support/registry_fixture.h"
+#include "support/test_folder.h"
+
+// While it lives, the registry is what was imported last.
+class TestRegistry {
+public:
+    TestRegistry() { setenv("XEL_REGISTRY", FileName().c_str(), 1); }
+    // Lines of the test's key.
+    explicit TestRegistry(const std::string& lines) : TestRegistry()
+    {
+        Import("Windows Registry Editor Version 5.00\r\n\r\n[" + std::string(kTestKey) + "]\r\n" +
+               lines);
+    }
+    ~TestRegistry() { unsetenv("XEL_REGISTRY"); }
+    TestRegistry(const TestRegistry&) = delete;
+    TestRegistry& operator=(const TestRegistry&) = delete;
+
+    // A whole file, in one step.
+    void Import(std::string_view text) const
+    {
+        m_folder.Write("new.reg", text);
+        std::filesystem::rename(m_folder.HostPath("new.reg"), FileName());
+    }
+    std::string FileName() const { return m_folder.HostPath("test.reg"); }
+    const TestFolder& Folder() const { return m_folder; }
+
+private:
+    const TestFolder m_folder;
+};

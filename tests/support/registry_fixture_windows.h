@@ -1,0 +1,41 @@
+// The real registry, below the tests' own key.
+#pragma once
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "support/registry_fixture.h"
+#include "support/test_folder.h"
+#include "xelutils/platform/coredll.h"
+
+// While it lives, the test's key holds what was imported last.
+class TestRegistry {
+public:
+    TestRegistry() { Clear(); }
+    // Lines of the test's key.
+    explicit TestRegistry(const std::string& lines) : TestRegistry()
+    {
+        Import("Windows Registry Editor Version 5.00\r\n\r\n[" + std::string(kTestKey) + "]\r\n" +
+               lines);
+    }
+    ~TestRegistry() { Clear(); }
+    TestRegistry(const TestRegistry&) = delete;
+    TestRegistry& operator=(const TestRegistry&) = delete;
+
+    void Import(std::string_view text) const
+    {
+        Clear();
+        m_folder.Write("test.reg", text);
+        const std::string command =
+            "reg import \"" + m_folder.HostPath("test.reg") + "\" >nul 2>nul";
+        if (std::system(command.c_str()) != 0)
+            throw "the text cannot be imported";
+    }
+    const TestFolder& Folder() const { return m_folder; }
+
+private:
+    static void Clear() { RegDeleteTreeW(HKEY_CURRENT_USER, kTestSubKey); }
+
+    const TestFolder m_folder;
+};
