@@ -14,3 +14,10 @@ add_package_test(install FIXTURES_SETUP installed)
 foreach(stage shared static pkgconfig wide_refused own_calls_bound)
     add_package_test(${stage} FIXTURES_REQUIRED installed)
 endforeach()
+
+if(BUILD_SHARED_LIBS AND NOT WIN32)
+    add_test(NAME package.exports
+        COMMAND ${CMAKE_COMMAND} -D NM=${CMAKE_NM} -D LIBRARY=$<TARGET_FILE:xelutils>
+                -D LIST=${PROJECT_SOURCE_DIR}/tests/package/exports.txt
+                -P ${PROJECT_SOURCE_DIR}/tests/package/exports_test.cmake)
+endif()

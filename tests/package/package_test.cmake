@@ -60,6 +60,17 @@ elseif(STAGE MATCHES "^(shared|static)$")
     run_outside(${WORK}/${STAGE}/outside)
     if(STAGE STREQUAL "shared")
         run(${CMAKE_COMMAND} --build ${WORK}/${STAGE} --target headers)
+    else()
+        # What happens at load is there, though the program calls none of it; and plugins that are
+        # linked with the library too see nothing of this copy.
+        run(${READELF} --symbols --wide ${WORK}/${STAGE}/outside)
+        if(NOT output MATCHES " _Z20GetXelDllBaseAddressv")
+            message(FATAL_ERROR "the static library's entry is not linked")
+        endif()
+        run(${READELF} --dyn-syms --wide ${WORK}/${STAGE}/outside)
+        if(output MATCHES "xel_|dlmalloc")
+            message(FATAL_ERROR "the program exports the static library:\n${output}")
+        endif()
     endif()
 
 elseif(STAGE STREQUAL "pkgconfig")

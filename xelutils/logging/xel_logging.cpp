@@ -11,6 +11,7 @@
 
 #include "xelutils/files/file_funcs.h"
 #include "xelutils/platform/framework.h"
+#include "xelutils/platform/unload.h"
 
 namespace xel_logging {
 
@@ -193,11 +194,21 @@ Logger& TheLogger()
     return logger != nullptr ? *logger : MakeLogger();
 }
 
+constinit std::atomic<int> g_callsUnderWay = 0;
+
+struct CallUnderWay {
+    CallUnderWay() { g_callsUnderWay.fetch_add(1); }
+    ~CallUnderWay() { g_callsUnderWay.fetch_sub(1); }
+};
+
 void FinishLogger()
 {
     g_isFinished = true;
     if (Logger* const logger = g_logger)
         logger->Finish();
+    // When the library goes, its code must not go from under a thread that is still in it.
+    while (IsUnloading() && g_callsUnderWay != 0)
+        Sleep(1);
 }
 
 // Registers the end in the exit table when the library is loaded, before the program's own objects
@@ -239,6 +250,7 @@ void Write(Logger& logger, std::uint32_t level, const char* message, int length)
 template <class T> void TraceV(std::uint32_t level, const T* format, va_list arguments)
 {
     static constexpr T kNothing[] = {0};
+    const CallUnderWay underWay;
     Logger& logger = TheLogger();
     if (!detail::IsProduced(level))
         return;

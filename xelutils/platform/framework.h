@@ -216,3 +216,83 @@ XELUTILS_API bool UnregisterStringResources(const wchar_t* fileName);
 // Returns the number of characters copied without the terminator; 0 for a missing identifier,
 // which leaves the empty text. A null buffer or a size below 1 gives 0.
 XELUTILS_API int AfxLoadString(UINT id, wchar_t* buffer, UINT size);
+
+// ---- Extension modules ----------------------------------------------------------------------
+//
+// A library that extends the framework registers itself while it is loaded, and takes itself out
+// again while it is unloaded; the system lets one library at a time do either. In order:
+//
+//   AfxSetRegistrationsAside    the lists of the current module state are empty now
+//   ...                         initialisers of the library register their classes and factories
+//   AfxInitExtensionModule      those are the library's; the state has its own lists back
+//   CDynLinkLibrary             the record that the framework searches for resources
+
+// A class known by its name at run time. Links and names are the owner's.
+struct CRuntimeClass {
+    const char* m_lpszClassName;
+    CRuntimeClass* m_pNextClass;
+};
+
+// What makes objects of one kind.
+struct COleObjectFactory {
+    COleObjectFactory* m_pNextFactory;
+};
+
+class CDynLinkLibrary;
+
+// What a module, or a program, has registered; each list begins with the newest.
+struct AFX_MODULE_STATE {
+    CRuntimeClass* m_classList;
+    COleObjectFactory* m_factoryList;
+    CDynLinkLibrary* m_libraryList;
+};
+
+// The state of this process. Never null.
+AFX_MODULE_STATE* AfxGetModuleState();
+
+// What an extension library gives to the framework. The library keeps it alive, zero at first but
+// for its strings.
+struct AFX_EXTENSION_MODULE {
+    // The library's own string table, or null and 0.
+    const CStringTableEntry* strings;
+    std::size_t stringCount;
+    BOOL bInitialized;
+    // Some address of the library.
+    const void* hModule;
+    CRuntimeClass* pFirstSharedClass;
+    COleObjectFactory* pFirstSharedFactory;
+};
+
+// Empties the lists of classes and factories until AfxInitExtensionModule puts them back. Cannot
+// fail; what is aside already stays there.
+void AfxSetRegistrationsAside();
+
+// Puts back what is aside, where AfxInitExtensionModule has not; what was registered since then is
+// forgotten.
+void AfxPutRegistrationsBack();
+
+// Hands to `module` what was registered since the lists were set aside, and puts them back. FALSE,
+// and nothing happened, when `module` is initialised or nothing is aside.
+BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE& module, const void* address);
+
+// Leaves `module` as it was before AfxInitExtensionModule. Its record must be gone.
+void AfxTermExtensionModule(AFX_EXTENSION_MODULE& module);
+
+// The framework's record of an initialised extension module: from its making to its end the
+// module's strings are among those that AfxLoadString searches.
+class CDynLinkLibrary {
+public:
+    explicit CDynLinkLibrary(const AFX_EXTENSION_MODULE& module);
+    ~CDynLinkLibrary();
+    CDynLinkLibrary(const CDynLinkLibrary&) = delete;
+    CDynLinkLibrary& operator=(const CDynLinkLibrary&) = delete;
+
+    const void* const m_hModule;
+    CRuntimeClass* const m_classList;
+    COleObjectFactory* const m_factoryList;
+    // The record made before this one.
+    CDynLinkLibrary* m_pNextDLL;
+
+private:
+    const CStringTableEntry* const m_strings;
+};

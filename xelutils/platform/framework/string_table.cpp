@@ -7,6 +7,7 @@
 
 #include "xelutils/platform/framework.h"
 #include "xelutils/platform/framework/resource_file.h"
+#include "xelutils/platform/unload.h"
 
 namespace {
 
@@ -27,11 +28,11 @@ struct Tables {
     std::vector<Table> all;
 };
 
-// Made on first use and never destroyed: tables may be registered before this file's own statics
+// Made on first use and lasting: tables may be registered before this file's own statics
 // are made, and looked up after they would be gone.
 Tables& RegisteredTables()
 {
-    static Tables& tables = *new Tables;
+    static Tables& tables = MakeLasting<Tables>();
     return tables;
 }
 

@@ -1,10 +1,19 @@
 #include "xelutils/platform/posix/device_root.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
+#include "xelutils/platform/folder_pin.h"
+#include "xelutils/platform/posix/entries.h"
 #include "xelutils/platform/posix/errors.h"
+#include "xelutils/platform/unload.h"
+
+static thread_local constinit const FolderPin* t_pin = nullptr;
 
 namespace {
 
@@ -48,8 +57,8 @@ std::string ReadDeviceRoot()
 
 const std::string& DeviceRoot()
 {
-    // Never destroyed: files may still be opened while the program ends.
-    static const std::string& s_root = *new std::string(ReadDeviceRoot());
+    // Lasting: files may still be opened while the program ends.
+    static const std::string& s_root = MakeLasting<std::string>(ReadDeviceRoot());
     return s_root;
 }
 
@@ -73,6 +82,8 @@ std::optional<HostPath> ResolveDevicePath(const wchar_t* name)
     std::optional<HostPath> path = ResolveDevicePath(name, bases);
     if (!path)
         Fail(ERROR_INVALID_NAME);
+    else if (t_pin != nullptr && t_pin->Replace(path->text))
+        path->baseLength = std::max(path->baseLength, t_pin->FoundLength());
     return path;
 }
 
@@ -90,4 +101,38 @@ std::vector<wchar_t> DevicePathFromHost(const std::string& hostPath)
             path.replace(0, folderLength, folder);
     }
     return DevicePathFromHost(path, {DeviceRoot(), {}});
+}
+
+FolderPin::FolderPin(const wchar_t* folder) : m_outer(std::exchange(t_pin, nullptr))
+{
+    if (const std::optional<HostEntry> entry = FindEntry(folder)) {
+        m_resolved = ResolveDevicePath(folder)->text;
+        m_found = entry->name;
+    }
+    t_pin = this;
+}
+
+FolderPin::~FolderPin()
+{
+    t_pin = m_outer;
+}
+
+bool FolderPin::Replace(std::string& path) const
+{
+    const std::size_t length = m_resolved.size();
+    const bool begins = length > 0 && path.compare(0, length, m_resolved) == 0 &&
+                        (path.size() == length || path[length] == '/');
+    if (begins)
+        path.replace(0, length, m_found);
+    return begins;
+}
+
+bool IsRootFolder(const struct statx& folder)
+{
+    const std::string& deviceRoot = DeviceRoot();
+    const auto isFolder = [&folder](const char* name) {
+        struct statx status;
+        return ReadStatus(AT_FDCWD, name, 0, status) && SameFile(folder, status);
+    };
+    return isFolder("/") || (!deviceRoot.empty() && isFolder(deviceRoot.c_str()));
 }

@@ -12,6 +12,7 @@
 
 #include "xelutils/platform/posix/errors.h"
 #include "xelutils/platform/posix/files.h"
+#include "xelutils/platform/unload.h"
 
 namespace {
 
@@ -34,8 +35,8 @@ struct Views {
 
 Views& AllViews()
 {
-    // Never destroyed: views may still be given back while the program ends.
-    static Views& s_views = *new Views;
+    // Lasting: views may still be given back while the program ends.
+    static Views& s_views = MakeLasting<Views>();
     return s_views;
 }
 

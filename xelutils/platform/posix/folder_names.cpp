@@ -22,6 +22,7 @@
 #include "xelutils/platform/posix/folder_reader.h"
 #include "xelutils/platform/posix/handles.h"
 #include "xelutils/platform/posix/paths.h"
+#include "xelutils/platform/unload.h"
 
 namespace {
 
@@ -76,6 +77,12 @@ public:
     }
 
     std::size_t Count() const { return m_names.size(); }
+
+    // Nothing here is called `name`, in whatever case. May say no for names that only look alike.
+    bool HasNoneLike(std::string_view name) const
+    {
+        return m_names.find(HashOf(name)) == m_names.end();
+    }
 
     std::vector<std::string> InOtherCase(std::string_view name) const
     {
@@ -136,11 +143,14 @@ bool StampsAreUnique(int folder)
     const unsigned long minor = *end == '.' ? std::strtoul(end + 1, nullptr, 10) : 0;
     if (major < kMajor || (major == kMajor && minor < kMinor))
         return false;
-    constexpr decltype(std::declval<struct statfs>().f_type) kSystems[] = {
-        EXT4_SUPER_MAGIC, TMPFS_MAGIC, BTRFS_SUPER_MAGIC, XFS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC};
+    constexpr unsigned long kSystems[] = {EXT4_SUPER_MAGIC, TMPFS_MAGIC, BTRFS_SUPER_MAGIC,
+                                          XFS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC};
     struct statfs system;
-    return fstatfs(folder, &system) == 0 &&
-           std::find(std::begin(kSystems), std::end(kSystems), system.f_type) != std::end(kSystems);
+    if (fstatfs(folder, &system) != 0)
+        return false;
+    // Signed where words have 32 bits.
+    const auto type = static_cast<unsigned int>(system.f_type);
+    return std::find(std::begin(kSystems), std::end(kSystems), type) != std::end(kSystems);
 }
 
 // Whether every change after `stamp` was read will show in a different one. Within the tick that
@@ -159,14 +169,16 @@ struct KeptFolder {
     using Key = std::pair<dev_t, ino_t>;
     Key key;
     Stamp stamp;
-    bool stampsAreUnique;
-    // Once only own changes vouch for the names.
+    // Every later change shows in the stamp. What is not lasting waits for an own change to vouch
+    // for it.
+    bool isLasting;
+    // Once own changes vouch for the names.
     std::optional<Clock::time_point> expiry;
     FoldedNames names;
 
     bool IsGood(const struct stat& status) const
     {
-        return stamp == StampFrom(status.st_ctim) && (!expiry || Clock::now() < *expiry);
+        return stamp == StampFrom(status.st_ctim) && (expiry ? Clock::now() < *expiry : isLasting);
     }
 };
 
@@ -212,11 +224,27 @@ public:
         m_places.emplace(m_folders.back().key, std::prev(m_folders.end()));
     }
 
-    // `folder` was found here.
-    void AddName(KeptFolder& folder, std::string_view name)
+    // An own change after which the folder's status is `after`; before, the names were those that
+    // are kept, and it was `before` if that is known.
+    void Note(const struct stat* before, const struct stat& after, std::string_view newName)
     {
-        folder.names.Add(name);
-        ++m_nameCount;
+        const std::lock_guard guard(lock);
+        if (!newName.empty())
+            ++namesMade;
+        KeptFolder* const folder = Find(after);
+        if (folder == nullptr)
+            return;
+        if (before != nullptr && folder->stamp != StampFrom(before->st_ctim)) {
+            Drop(after);
+            return;
+        }
+        if (!folder->expiry)
+            folder->expiry = Clock::now() + kOwnChangesSuffice;
+        folder->stamp = StampFrom(after.st_ctim);
+        if (!newName.empty()) {
+            folder->names.Add(newName);
+            ++m_nameCount;
+        }
     }
 
 private:
@@ -239,8 +267,8 @@ private:
 
 KeptFolders& Kept()
 {
-    // Never destroyed: files may still be opened while the program ends.
-    static KeptFolders& s_kept = *new KeptFolders;
+    // Lasting: files may still be opened while the program ends.
+    static KeptFolders& s_kept = MakeLasting<KeptFolders>();
     return s_kept;
 }
 
@@ -248,15 +276,11 @@ struct Scan {
     FoldedNames names;
     // The status before the first name was read.
     struct stat status;
-    bool stampsAreUnique;
-    // The folder did not change meanwhile, and later changes will show in its stamp.
+    // The folder did not change meanwhile, as far as its stamp tells.
+    bool isWhole;
+    // Later changes will show in the stamp.
     bool isLasting;
 };
-
-std::string FolderOf(const std::string& hostPath)
-{
-    return hostPath.substr(0, std::max<std::size_t>(hostPath.rfind('/'), 1));
-}
 
 std::optional<Scan> ReadNames(const std::string& folder)
 {
@@ -274,14 +298,15 @@ std::optional<Scan> ReadNames(const std::string& folder)
         for (std::string_view name = reader.NextName(); !name.empty(); name = reader.NextName())
             scan.names.Add(name);
     }
-    const bool isWhole = errno == 0;
+    const bool isRead = errno == 0;
     const Stamp stamp = StampFrom(scan.status.st_ctim);
-    // Where time is kept in coarser steps than that, stamps are round.
-    scan.stampsAreUnique =
-        stamp % std::chrono::milliseconds(1) != Stamp(0) && StampsAreUnique(open.descriptor);
     struct stat after;
-    scan.isLasting = isWhole && (scan.stampsAreUnique || IsPast(stamp, tick)) &&
-                     fstat(open.descriptor, &after) == 0 && StampFrom(after.st_ctim) == stamp;
+    scan.isWhole =
+        isRead && fstat(open.descriptor, &after) == 0 && StampFrom(after.st_ctim) == stamp;
+    // Where time is kept in coarser steps than that, stamps are round.
+    const bool stampsAreUnique =
+        stamp % std::chrono::milliseconds(1) != Stamp(0) && StampsAreUnique(open.descriptor);
+    scan.isLasting = stampsAreUnique || IsPast(stamp, tick);
     return scan;
 }
 
@@ -306,34 +331,32 @@ std::vector<std::string> NamesInOtherCase(const std::string& folder, const struc
     if (!scan)
         return {};
     std::vector<std::string> others = scan->names.InOtherCase(name);
-    if (scan->isLasting && kept.namesMade == namesMade) {
+    if (scan->isWhole && kept.namesMade == namesMade) {
         kept.Drop(scan->status);
-        kept.Keep({KeyOf(scan->status), StampFrom(scan->status.st_ctim), scan->stampsAreUnique,
+        kept.Keep({KeyOf(scan->status), StampFrom(scan->status.st_ctim), scan->isLasting,
                    std::nullopt, std::move(scan->names)});
     }
     return others;
 }
 
-void NoteNewName(const std::string& hostPath)
+bool IsKnownToBeFree(const struct stat& folder, std::string_view name)
 {
-    struct stat status;
-    const Stamp tick = TickNow();
-    if (stat(FolderOf(hostPath).c_str(), &status) != 0)
-        return;
-
     KeptFolders& kept = Kept();
     const std::lock_guard guard(kept.lock);
-    ++kept.namesMade;
-    KeptFolder* const found = kept.Find(status);
-    if (found == nullptr)
-        return;
-    const Stamp stamp = StampFrom(status.st_ctim);
-    if (!found->stampsAreUnique && !IsPast(stamp, tick)) {
-        kept.Drop(status);
-        return;
-    }
-    if (!found->expiry)
-        found->expiry = Clock::now() + kOwnChangesSuffice;
-    found->stamp = stamp;
-    kept.AddName(*found, std::string_view(hostPath).substr(hostPath.rfind('/') + 1));
+    const KeptFolder* const found = kept.Find(folder);
+    return found != nullptr && found->IsGood(folder) && found->names.HasNoneLike(name);
+}
+
+void NoteOwnChange(const struct stat& before, const struct stat& after, std::string_view newName)
+{
+    Kept().Note(&before, after, newName);
+}
+
+void NoteNewName(const std::string& hostPath)
+{
+    const std::size_t separator = hostPath.rfind('/');
+    const std::string folder = hostPath.substr(0, std::max<std::size_t>(separator, 1));
+    struct stat status;
+    if (stat(folder.c_str(), &status) == 0)
+        Kept().Note(nullptr, status, std::string_view(hostPath).substr(separator + 1));
 }

@@ -16,6 +16,7 @@
 #include "xelutils/platform/posix/handles.h"
 #include "xelutils/platform/posix/path_lookup.h"
 #include "xelutils/platform/posix/wide_length.h"
+#include "xelutils/platform/unload.h"
 
 namespace {
 
@@ -31,8 +32,8 @@ struct Sources {
 
 Sources& TheSources()
 {
-    // Never destroyed: attributes may still be asked for while the program ends.
-    static Sources& s_sources = *new Sources;
+    // Lasting: attributes may still be asked for while the program ends.
+    static Sources& s_sources = MakeLasting<Sources>();
     return s_sources;
 }
 

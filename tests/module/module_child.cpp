@@ -1,0 +1,192 @@
+// A program that opens the shared library as a second copy beside the one linked into it. Its
+// first argument says what it does, the second is the library's file, the third the log of this
+// program. Prints what went wrong; silence is success.
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <new>
+#include <string>
+#include <thread>
+
+#include "module/process_memory.h"
+#include "xelutils/platform/framework.h"
+#include "xelutils/system/library_funcs.h"
+#include "xelutils/text/xel_utf.h"
+
+namespace {
+
+std::string g_mode;
+
+// ---- The order of the ends ------------------------------------------------------------------
+
+// What of the library is still there while this object is destroyed.
+struct Witness {
+    const char* const name;
+    ~Witness()
+    {
+        if (g_mode == "order")
+            std::printf("%s: %s\n", name,
+                        AfxGetModuleState()->m_libraryList != nullptr ? "record" : "no record");
+    }
+};
+// Between the raw entry hook and the log, so that it ends behind "Logging finished" and before the
+// hook; and made when the library is ready.
+[[gnu::init_priority(105)]] const Witness g_behindLog{"behind the log"};
+const Witness g_program{"the program's own"};
+
+// ---- The second copy ------------------------------------------------------------------------
+
+using Trace = void (*)(const char*, ...);
+
+class Library {
+public:
+    explicit Library(const char* path) : m_module(LoadLibraryW(xel_text::FromUtf8(path)))
+    {
+        if (m_module == nullptr)
+            Fail("cannot be loaded");
+    }
+    void Unload() { FreeLibrary(m_module); }
+
+    template <class T> T Function(const wchar_t* name) const
+    {
+        const FARPROC function = GetProcAddressW(m_module, name);
+        if (function == nullptr)
+            Fail("lacks a function");
+        return reinterpret_cast<T>(reinterpret_cast<void*>(function));
+    }
+    Trace Tracer() const { return Function<Trace>(L"_ZN11xel_logging16XEL_TRACE_ALWAYSEPKcz"); }
+
+    [[noreturn]] static void Fail(const char* what)
+    {
+        std::printf("the library %s\n", what);
+        std::exit(1);
+    }
+
+private:
+    HMODULE m_module;
+};
+
+bool EndsFinished(const char* log)
+{
+    std::ifstream file(log, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::string text;
+    for (std::size_t i = 2; i < bytes.size(); i += 2)
+        text += bytes[i];
+    return text.find("; round") != text.npos && text.ends_with("; Logging finished\r\n");
+}
+
+// Every tenth load has a log.
+void LoadAndUnload(const char* path, const char* log, int loads)
+{
+    for (int i = 0; i < loads; ++i) {
+        Library library(path);
+        const bool isLogged = i % 10 == 0;
+        if (isLogged)
+            library.Tracer()("round %d", i);
+        library.Unload();
+        if (isLogged && !EndsFinished(log))
+            Library::Fail("did not finish its log");
+    }
+}
+
+void Grow(const char* path, const char* log)
+{
+    LoadAndUnload(path, log, 50);
+    const ProcessMemory before = CurrentMemory();
+    LoadAndUnload(path, log, 950);
+    const ProcessMemory after = CurrentMemory();
+    // 95 logs were written, each by a heap of its own.
+    constexpr long long kHeapBytes = 95 * 0x400000LL;
+    if (after.mappedBytes > before.mappedBytes + kHeapBytes)
+        std::printf("mapped: %lld more\n", after.mappedBytes - before.mappedBytes - kHeapBytes);
+    if (after.allocatedBytes > before.allocatedBytes)
+        std::printf("allocated: %lld more\n", after.allocatedBytes - before.allocatedBytes);
+}
+
+// The heaps, the addresses and the registrations of the two copies.
+void LookAtBoth(const char* path)
+{
+    Library library(path);
+    const auto* const other = library.Function<const void* (*)()>(L"_Z20GetXelDllBaseAddressv")();
+    if (other == GetXelDllBaseAddress())
+        std::puts("one address");
+    // A block of the one is unknown to the other, which ignores it.
+    void* const block = dlmalloc(100);
+    library.Function<void (*)(void*)>(L"dlfree")(block);
+    if (dlmalloc(100) == block)
+        std::puts("the other heap freed a block");
+    library.Unload();
+    if (AfxGetModuleState()->m_libraryList == nullptr)
+        std::puts("the other copy released this one's record");
+}
+
+// ---- Unloading under a call -----------------------------------------------------------------
+
+std::atomic<bool> g_isHeld = false;
+std::atomic<bool> g_isReleased = false;
+thread_local bool t_holdNextAllocation = false;
+
+// A thread is held inside a trace, and let go while the library is being unloaded.
+void UnloadUnderTrace(const char* path)
+{
+    Library library(path);
+    const Trace trace = library.Tracer();
+    trace("first");
+    std::thread tracing([trace] {
+        t_holdNextAllocation = true;
+        trace("held");
+    });
+    g_isHeld.wait(false);
+    std::thread releasing([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        g_isReleased = true;
+        g_isReleased.notify_all();
+    });
+    library.Unload();
+    if (!g_isReleased)
+        std::puts("unloaded under a call");
+    tracing.join();
+    releasing.join();
+}
+
+} // namespace
+
+// The library's own, too: showing a line to a debugger allocates.
+void* operator new(std::size_t size)
+{
+    if (t_holdNextAllocation) {
+        t_holdNextAllocation = false;
+        g_isHeld = true;
+        g_isHeld.notify_all();
+        g_isReleased.wait(false);
+    }
+    if (void* const block = std::malloc(size))
+        return block;
+    std::abort();
+}
+void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+int main(int count, char** arguments)
+{
+    if (count < 4)
+        return 2;
+    g_mode = arguments[1];
+    if (g_mode == "grow")
+        Grow(arguments[2], arguments[3]);
+    else if (g_mode == "both")
+        LookAtBoth(arguments[2]);
+    else if (g_mode == "unload under trace")
+        UnloadUnderTrace(arguments[2]);
+}

@@ -1,0 +1,106 @@
+#include "xelutils/module.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "support/test_folder.h"
+#include "xelutils/platform/framework.h"
+#include "xelutils/system/library_funcs.h"
+
+namespace {
+
+// What the child program prints, with `mode`, from a copy of it in a folder of its own.
+std::string OutputOf(const std::string& mode)
+{
+    const TestFolder folder;
+    const std::string program = folder.HostPath("child.exe");
+    std::filesystem::copy_file(MODULE_CHILD_PROGRAM, program);
+    const std::string command = "XEL_DEBUG_OUTPUT= XEL_DEVICE_ROOT= '" + program + "' '" + mode +
+                                "' '" MODULE_LIBRARY "' '" + folder.HostPath("child.log.txt") +
+                                "' >'" + folder.HostPath("out") + "' 2>'" + folder.HostPath("err") +
+                                "'";
+    const int result = std::system(command.c_str());
+    return folder.Read("out") + (result == 0 ? "" : "failed\n" + folder.Read("err"));
+}
+
+} // namespace
+
+TEST(Module, IsRegisteredWithTheFramework)
+{
+    const AFX_MODULE_STATE& state = *AfxGetModuleState();
+    ASSERT_NE(state.m_libraryList, nullptr);
+    EXPECT_EQ(state.m_libraryList->m_hModule, GetXelDllBaseAddress());
+    EXPECT_EQ(state.m_libraryList->m_pNextDLL, nullptr);
+}
+
+// Behind the program's own objects: the record, the log, and last the raw entry hook.
+TEST(Module, ReleasesItsRecordBeforeTheLogEnds)
+{
+    EXPECT_EQ(OutputOf("order"), "the program's own: record\nbehind the log: no record\n");
+}
+
+TEST(Module, CanBeLoadedAThousandTimes)
+{
+    EXPECT_EQ(OutputOf("grow"), "");
+}
+
+TEST(Module, HasAHeapAndARegistrationOfItsOwnInEachCopy)
+{
+    EXPECT_EQ(OutputOf("both"), "");
+}
+
+TEST(Module, WaitsWhileUnloadingForAThreadInsideATrace)
+{
+    EXPECT_EQ(OutputOf("unload under trace"), "");
+}
+
+TEST(ExtensionModule, CollectsWhatIsRegisteredWhileTheListsAreAside)
+{
+    AFX_MODULE_STATE& state = *AfxGetModuleState();
+    CRuntimeClass programs{"CProgram", nullptr};
+    CRuntimeClass modules{"CModule", nullptr};
+    COleObjectFactory factory{nullptr};
+    state.m_classList = &programs;
+
+    AFX_EXTENSION_MODULE module = {};
+    EXPECT_FALSE(AfxInitExtensionModule(module, &module)); // nothing is aside
+    AfxSetRegistrationsAside();
+    AfxSetRegistrationsAside(); // the second time keeps what the first one took
+    EXPECT_EQ(state.m_classList, nullptr);
+    state.m_classList = &modules;
+    state.m_factoryList = &factory;
+    EXPECT_TRUE(AfxInitExtensionModule(module, &module));
+
+    EXPECT_EQ(module.pFirstSharedClass, &modules);
+    EXPECT_EQ(module.pFirstSharedFactory, &factory);
+    EXPECT_EQ(state.m_classList, &programs);
+    EXPECT_EQ(state.m_factoryList, nullptr);
+
+    AfxSetRegistrationsAside();
+    EXPECT_FALSE(AfxInitExtensionModule(module, &module)); // it is one already
+    AfxPutRegistrationsBack();
+    EXPECT_EQ(state.m_classList, &programs);
+
+    AfxTermExtensionModule(module);
+    EXPECT_EQ(module.pFirstSharedClass, nullptr);
+    EXPECT_FALSE(module.bInitialized);
+    state.m_classList = nullptr;
+}
+
+TEST(ExtensionModule, HasItsStringsSearchedWhileItsRecordLives)
+{
+    static constexpr CStringTableEntry kStrings[] = {{64001, L"of the module"}};
+    const AFX_EXTENSION_MODULE module = {kStrings, 1, TRUE, &module, nullptr, nullptr};
+    const CDynLinkLibrary* const before = AfxGetModuleState()->m_libraryList;
+    wchar_t text[20];
+    {
+        const CDynLinkLibrary record(module);
+        EXPECT_EQ(AfxGetModuleState()->m_libraryList, &record);
+        EXPECT_EQ(AfxLoadString(64001, text, 20), 13);
+    }
+    EXPECT_EQ(AfxLoadString(64001, text, 20), 0);
+    EXPECT_EQ(AfxGetModuleState()->m_libraryList, before);
+}

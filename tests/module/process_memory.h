@@ -1,0 +1,11 @@
+// What this process has of the system's memory.
+#pragma once
+
+struct ProcessMemory {
+    // All that has addresses.
+    long long mappedBytes;
+    // In use of the system's own heap; 0 where it does not tell.
+    long long allocatedBytes;
+};
+
+ProcessMemory CurrentMemory();
