@@ -9,6 +9,7 @@
 #include "files/tree_picture.h"
 #include "support/file_size_limit.h"
 #include "support/test_folder.h"
+#include "xelutils/files/file_funcs.h"
 #include "xelutils/files/file_funcs_ex.h"
 
 using namespace FileFuncsEx;
@@ -113,8 +114,16 @@ TEST(DirectoryTreeLimits, RootAndWorkingDirectoryStay)
     const auto check = [&folder, &before] {
         setenv("XEL_DEVICE_ROOT", folder.HostPath("").c_str(), 1);
         fs::current_path(folder.HostPath("work/here"));
-        for (const wchar_t* const path : {L"", L"\\", L"/", L"\\.", L"\\work\\..", L".", L"..",
-                                          L"..\\..", L"..\\..\\..", L"..\\here\\.."}) {
+        // Only here may anything be removed.
+        if (!FileFuncs::IsDirExist(L"\\work\\here"))
+            std::_Exit(2);
+        const String hostPath = L"\\.host" + folder.Path("");
+        const String nameOfRoot =
+            L"..\\..\\..\\" +
+            xel_text::FromUtf8(fs::path(folder.HostPath("")).parent_path().filename().string());
+        for (const wchar_t* const path :
+             {L"", L"\\", L"/", L"\\.", L"\\work\\..", L".", L"..", L"..\\..", L"..\\..\\..",
+              L"..\\here\\..", hostPath.GetString(), nameOfRoot.GetString()}) {
             if (RemoveDirectoryTree(path) != 0)
                 std::_Exit(1);
         }

@@ -1,6 +1,8 @@
 #include "xelutils/files/file_funcs_ex.h"
 #include "xelutils/files/internal/entry_paths.h"
 #include "xelutils/files/internal/tree_walk.h"
+#include "xelutils/platform/folder_pin.h"
+#include "xelutils/platform/root_folder.h"
 
 namespace FileFuncsEx {
 
@@ -30,7 +32,7 @@ bool RemoveFolderLink(const wchar_t* path)
 
 class TreeRemoval {
 public:
-    explicit TreeRemoval(const wchar_t* dir) : m_walk(dir) {}
+    explicit TreeRemoval(const wchar_t* dir) : m_pin(dir), m_walk(dir) {}
 
     // A failure anywhere ends it: what holds an entry that stays cannot go either.
     bool Run()
@@ -77,6 +79,8 @@ private:
         return true;
     }
 
+    // What is removed is what was named, also when others remove it at the same time.
+    const FolderPin m_pin;
     CTreeWalk m_walk;
     bool m_hasEntered = false;
 };
@@ -102,7 +106,7 @@ Lengths LengthsOfLevels(const CXelStringT<wchar_t>& path)
 
 int RemoveDirectoryTree(const wchar_t* dir)
 {
-    if (dir == nullptr || NamesNoEntry(dir))
+    if (dir == nullptr || NamesNoEntry(dir) || IsRootFolder(dir))
         return 0;
     return TreeRemoval(dir).Run() ? 1 : 0;
 }

@@ -8,6 +8,10 @@
 #include "xelutils/export.h"
 #include "xelutils/platform/coredll.h"
 
+#if defined(_WIN32)
+#include <oleauto.h>
+#else
+
 using BSTR = wchar_t*;
 
 // A new string of `length` characters; with a null `text` their content is undefined. The caller
@@ -25,3 +29,5 @@ XELUTILS_API UINT SysStringLen(BSTR string);
 
 // Null is harmless.
 XELUTILS_API void SysFreeString(BSTR string);
+
+#endif

@@ -3,11 +3,12 @@
 #include <chrono>
 #include <climits>
 #include <fcntl.h>
-#include <memory>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
+#include <utility>
 
 #include "xelutils/platform/posix/copy_content.h"
 #include "xelutils/platform/posix/entries.h"
@@ -30,6 +31,59 @@ std::string LinkText(const std::string& link)
     char text[PATH_MAX];
     const ssize_t length = readlink(link.c_str(), text, sizeof text);
     return std::string(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
+// ---- The source ---------------------------------------------------------------------------
+
+struct Source {
+    HostEntry entry;
+    // None for a link.
+    std::optional<OpenFile> open;
+    // Of the open file.
+    struct stat status;
+};
+
+bool IsSame(const struct statx& first, const struct stat& second)
+{
+    return first.stx_ino == second.st_ino && first.stx_dev_major == major(second.st_dev) &&
+           first.stx_dev_minor == minor(second.st_dev);
+}
+
+// Looks at the source, and opens it if it is a file: opening alone makes some devices act. False
+// with errno set.
+bool OpenSource(Source& source)
+{
+    struct statx& status = source.entry.status;
+    const char* const name = source.entry.name.c_str();
+    source.open.reset();
+    if (!ReadStatus(AT_FDCWD, name, AT_SYMLINK_NOFOLLOW, status))
+        return false;
+    if (!source.entry.IsRegular())
+        return true;
+    source.open.emplace(OpenHostFile(name, O_RDONLY | O_NOFOLLOW));
+    const int file = source.open->descriptor;
+    if (file < 0 || fstat(file, &source.status) != 0)
+        return false;
+    // Another file may have got the name.
+    return IsSame(status, source.status) || ReadStatus(file, "", AT_EMPTY_PATH, status);
+}
+
+// False, with the last error set, for what is not copied.
+bool FindSource(const HostPath& path, Source& source)
+{
+    source.entry.name = path.Name();
+    if (!OpenSource(source)) {
+        if (!IsMissing(errno))
+            return FailFromErrno(errno);
+        EntryLookup lookup = LookUpEntry(path, LookupUse::Read);
+        if (!lookup.entry)
+            return Fail(lookup.error);
+        source.entry = *std::move(lookup.entry);
+        if (!OpenSource(source))
+            return FailFromErrno(errno);
+    }
+    const bool isCopied = source.open ? source.entry.IsRegular() : source.entry.IsLink();
+    return isCopied || Fail(ERROR_ACCESS_DENIED);
 }
 
 // ---- What must not be replaced ------------------------------------------------------------
@@ -76,17 +130,81 @@ DWORD WhyNotReplace(const HostEntry& source, const HostEntry& target, BOOL failI
     return target.IsRegular() && !IsReadOnly(target.status) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
+// Whether the copy may take the place of `target`; false with the last error set. A file is then
+// opened, and locked against other writers.
+bool MayReplace(const HostEntry& source, const HostEntry& target, BOOL failIfExists,
+                std::optional<OpenFile>& replaced)
+{
+    const DWORD error = WhyNotReplace(source, target, failIfExists);
+    if (error != ERROR_SUCCESS)
+        return Fail(error);
+    if (!target.IsRegular())
+        return true;
+    replaced.emplace(OpenHostFile(target.name.c_str(), O_WRONLY | O_NOFOLLOW));
+    const int file = replaced->descriptor;
+    return (file >= 0 && LockAgainstWriters(file)) || FailFromErrno(errno);
+}
+
+// ---- Where the copy goes ------------------------------------------------------------------
+
+// A name in a folder. All that is done goes to the folder that was opened, also when that gets
+// another name meanwhile.
+struct Target {
+    // Absolute.
+    std::string path;
+    std::optional<OpenFile> folder;
+    struct stat folderBefore;
+    // What has the name now.
+    std::optional<HostEntry> old;
+
+    const char* Name() const { return path.c_str() + path.rfind('/') + 1; }
+    int Folder() const { return folder->descriptor; }
+};
+
+// False with errno set.
+bool OpenFolder(Target& target)
+{
+    target.folder.emplace(OpenHostFile(FolderOf(target.path).c_str(), O_PATH | O_DIRECTORY));
+    return target.Folder() >= 0 && fstat(target.Folder(), &target.folderBefore) == 0;
+}
+
+// False with the last error set. `mayAskKeptNames` spares the look for the name where the folder's
+// names are known.
+bool FindTarget(const HostPath& path, bool mayAskKeptNames, Target& target)
+{
+    target.path = path.text;
+    if (mayAskKeptNames && path.text.size() > path.baseLength && OpenFolder(target) &&
+        IsKnownToBeFree(target.folderBefore, target.Name()))
+        return true;
+    EntryLookup lookup = LookUpEntry(path, LookupUse::Change);
+    if (!lookup.entry && lookup.error != ERROR_FILE_NOT_FOUND)
+        return Fail(lookup.error);
+    target.old = std::move(lookup.entry);
+    target.path = target.old ? target.old->name : lookup.place;
+    return OpenFolder(target) || FailFromErrno(errno);
+}
+
+// The names in the folder are known as well as before, and the new one too.
+void NoteCopy(const Target& target)
+{
+    struct stat after;
+    if (fstat(target.Folder(), &after) == 0)
+        NoteOwnChange(target.folderBefore, after, target.old ? "" : target.Name());
+}
+
 // ---- The copy, before it has its name -----------------------------------------------------
+//
+// What returns an int here returns 0 or the host's error.
 
 // Takes a name beside the target that nobody else has, and removes what has that name in the end,
 // unless it was given the target's name.
 class TemporaryName {
 public:
-    explicit TemporaryName(const std::string& target) : m_folder(FolderOf(target)) { Next(); }
+    explicit TemporaryName(int folder) : m_folder(folder) { Next(); }
     ~TemporaryName()
     {
         if (m_exists)
-            unlink(m_name.c_str());
+            unlinkat(m_folder, Name(), 0);
     }
     TemporaryName(const TemporaryName&) = delete;
     TemporaryName& operator=(const TemporaryName&) = delete;
@@ -94,7 +212,7 @@ public:
     // Calls `make` with names until one is free. False with errno set.
     template <typename MakeName> bool Make(MakeName make)
     {
-        while (!make(m_name.c_str())) {
+        while (!make(m_folder, Name())) {
             if (errno != EEXIST)
                 return false;
             Next();
@@ -102,19 +220,18 @@ public:
         return m_exists = true;
     }
 
+    int Folder() const { return m_folder; }
     const char* Name() const { return m_name.c_str(); }
 
-    // In one step. False with errno set.
-    bool MoveTo(const std::string& target, bool replaces)
+    // In one step; EEXIST when something has the name that is not to be replaced.
+    int MoveTo(const char* target, bool replaces)
     {
-        if (replaces)
-            m_exists = rename(Name(), target.c_str()) != 0;
-        else if (renameat2(AT_FDCWD, Name(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0)
-            m_exists = false;
-        else if (errno == EINVAL || errno == ENOSYS)
+        const unsigned flags = replaces ? 0 : RENAME_NOREPLACE;
+        m_exists = renameat2(m_folder, Name(), m_folder, target, flags) != 0;
+        if (m_exists && !replaces && (errno == EINVAL || errno == ENOSYS))
             // Leaves a second name, which the destructor removes.
-            return link(Name(), target.c_str()) == 0;
-        return !m_exists;
+            return linkat(m_folder, Name(), m_folder, target, 0) == 0 ? 0 : errno;
+        return m_exists ? errno : 0;
     }
 
 private:
@@ -123,137 +240,138 @@ private:
         // Begins elsewhere in each program, so that they seldom meet.
         static std::atomic<long long> s_number =
             std::chrono::system_clock::now().time_since_epoch().count();
-        m_name = m_folder + ".copy-" + std::to_string(++s_number);
+        m_name = ".copy-" + std::to_string(++s_number);
     }
 
-    const std::string m_folder;
+    const int m_folder;
     std::string m_name;
     bool m_exists = false;
 };
 
-// `from` is a descriptor with the status of `source`.
-bool CopyRegular(const HostEntry& source, int from, TemporaryName& copy)
+mode_t PermissionsOf(const struct stat& source)
 {
     constexpr unsigned kPermissions = 0777;
+    return source.st_mode & kPermissions;
+}
+
+// All but the name, into the empty file `copy`.
+int Fill(const Source& source, int copy)
+{
+    constexpr unsigned kAllBits = 07777;
+    // An attempt before this one may have read from it.
+    if (lseek(source.open->descriptor, 0, SEEK_SET) < 0)
+        return errno;
+    if (const int error = CopyContent(source.open->descriptor, source.status, copy))
+        return error;
+    struct stat made;
+    const mode_t wanted = PermissionsOf(source.status);
+    // Some file systems keep no permissions; what they can keep is kept.
+    if (fstat(copy, &made) != 0 || (made.st_mode & kAllBits) != wanted)
+        (void)fchmod(copy, wanted);
+    const timespec times[] = {{0, UTIME_OMIT}, source.status.st_mtim};
+    return futimens(copy, times) == 0 ? 0 : errno;
+}
+
+// Gives its first name to a file that has none. False with errno set.
+bool GiveName(int file, int folder, const char* name)
+{
+    if (linkat(file, "", folder, name, AT_EMPTY_PATH) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+    // Before Linux 6.10 only the privileged may do that.
+    const std::string link = "/proc/self/fd/" + std::to_string(file);
+    return linkat(AT_FDCWD, link.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0;
+}
+
+constexpr int kNeedsName = EOPNOTSUPP;
+
+// The copy has no name before it is complete: a program that is killed leaves nothing behind.
+// kNeedsName where that cannot be done, EEXIST when somebody else was faster.
+int CopyWithoutName(const Source& source, const Target& target)
+{
+    const int copy =
+        OpenHostFileIn(target.Folder(), ".", O_WRONLY | O_TMPFILE, PermissionsOf(source.status));
+    if (copy < 0)
+        return kNeedsName;
+    int error = Fill(source, copy);
+    const bool isNamed = error == 0 && GiveName(copy, target.Folder(), target.Name());
+    if (error == 0 && !isNamed)
+        error = errno == EEXIST ? EEXIST : kNeedsName;
+    // Some tell of a full disk only now.
+    if (close(copy) != 0 && isNamed) {
+        error = errno;
+        unlinkat(target.Folder(), target.Name(), 0);
+    }
+    return error;
+}
+
+int CopyRegular(const Source& source, TemporaryName& copy)
+{
     constexpr mode_t kOwnerOnly = 0600;
-    const struct statx& status = source.status;
     int descriptor = -1;
-    const auto make = [&descriptor](const char* name) {
-        descriptor = OpenHostFile(name, O_WRONLY | O_CREAT | O_EXCL, kOwnerOnly);
+    const auto make = [&descriptor](int folder, const char* name) {
+        descriptor = OpenHostFileIn(folder, name, O_WRONLY | O_CREAT | O_EXCL, kOwnerOnly);
         return descriptor >= 0;
     };
     if (!copy.Make(make))
-        return FailFromErrno(errno);
-    int error = CopyContent(from, status, descriptor);
-    const timespec times[] = {{0, UTIME_OMIT}, {status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec}};
-    // Some file systems keep no permissions; what they can keep is kept.
-    (void)fchmod(descriptor, status.stx_mode & kPermissions);
-    if (error == 0 && futimens(descriptor, times) != 0)
-        error = errno;
-    // Some tell of a full disk only now.
-    if (close(descriptor) != 0 && error == 0)
-        error = errno;
-    return error == 0 || FailFromErrno(error);
+        return errno;
+    const int error = Fill(source, descriptor);
+    const bool isClosed = close(descriptor) == 0;
+    return error == 0 && !isClosed ? errno : error;
 }
 
-bool CopyLink(const HostEntry& source, TemporaryName& copy)
+int CopyLink(const Source& source, TemporaryName& copy)
 {
-    const std::string text = LinkText(source.name);
-    if (text.empty())
-        return FailFromErrno(errno);
-    if (!copy.Make([&text](const char* name) { return symlink(text.c_str(), name) == 0; }))
-        return FailFromErrno(errno);
-    const statx_timestamp& written = source.status.stx_mtime;
-    const timespec times[] = {{0, UTIME_OMIT}, {written.tv_sec, written.tv_nsec}};
-    return utimensat(AT_FDCWD, copy.Name(), times, AT_SYMLINK_NOFOLLOW) == 0 ||
-           FailFromErrno(errno);
+    const std::string text = LinkText(source.entry.name);
+    const auto make = [&text](int folder, const char* name) {
+        return symlinkat(text.c_str(), folder, name) == 0;
+    };
+    if (text.empty() || !copy.Make(make))
+        return errno;
+    const statx_timestamp& written = source.entry.status.stx_mtime;
+    const timespec times[] = {{0, UTIME_OMIT}, {written.tv_sec, static_cast<long>(written.tv_nsec)}};
+    return utimensat(copy.Folder(), copy.Name(), times, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
-// ---- The source ---------------------------------------------------------------------------
-
-struct Source {
-    HostEntry entry;
-    // None for a link.
-    std::unique_ptr<OpenFile> open;
-};
-
-// Opens `name`, if that is what it takes, and reads its status. False with errno set.
-bool OpenSource(Source& source)
+int Copy(const Source& source, const Target& target)
 {
-    const char* const name = source.entry.name.c_str();
-    source.open = std::make_unique<OpenFile>(OpenHostFile(name, O_RDONLY | O_NOFOLLOW));
-    if (source.open->descriptor >= 0)
-        return ReadStatus(source.open->descriptor, "", AT_EMPTY_PATH, source.entry.status);
-    // So says the host of a link.
-    if (errno != ELOOP)
-        return false;
-    source.open.reset();
-    return ReadStatus(AT_FDCWD, name, AT_SYMLINK_NOFOLLOW, source.entry.status);
-}
-
-// Nothing, with the last error set, for what is not copied.
-std::optional<Source> FindSource(const HostPath& path)
-{
-    Source source{{path.Name(), {}}, nullptr};
-    if (!OpenSource(source)) {
-        if (!IsMissing(errno)) {
-            FailFromErrno(errno);
-            return std::nullopt;
-        }
-        EntryLookup lookup = LookUpEntry(path, LookupUse::Read);
-        if (!lookup.entry) {
-            Fail(lookup.error);
-            return std::nullopt;
-        }
-        source.entry = *std::move(lookup.entry);
-        if (!OpenSource(source)) {
-            FailFromErrno(errno);
-            return std::nullopt;
-        }
+    if (source.open && !target.old) {
+        const int error = CopyWithoutName(source, target);
+        if (error != kNeedsName)
+            return error;
     }
-    if (source.open ? !source.entry.IsRegular() : !source.entry.IsLink()) {
-        Fail(ERROR_ACCESS_DENIED);
-        return std::nullopt;
-    }
-    return source;
+    TemporaryName copy(target.Folder());
+    if (const int error = source.open ? CopyRegular(source, copy) : CopyLink(source, copy))
+        return error;
+    return copy.MoveTo(target.Name(), target.old.has_value());
 }
 
 } // namespace
 
 BOOL CopyFileW(const wchar_t* existing, const wchar_t* target, BOOL failIfExists)
 {
+    constexpr int kMostAttempts = 4;
     const std::optional<HostPath> sourcePath = ResolveFileName(existing);
     const std::optional<HostPath> targetPath = sourcePath ? ResolveFileName(target) : std::nullopt;
-    if (!targetPath)
+    Source source;
+    if (!targetPath || !FindSource(*sourcePath, source))
         return FALSE;
-    const std::optional<Source> source = FindSource(*sourcePath);
-    if (!source)
-        return FALSE;
-
-    const EntryLookup old = LookUpEntry(*targetPath, LookupUse::Change);
-    if (!old.entry && old.error != ERROR_FILE_NOT_FOUND)
-        return Fail(old.error);
-    // Held until the copy has taken the place of the old file.
-    std::optional<OpenFile> replaced;
-    if (old.entry) {
-        const DWORD error = WhyNotReplace(source->entry, *old.entry, failIfExists);
-        if (error != ERROR_SUCCESS)
-            return Fail(error);
-        if (old.entry->IsRegular()) {
-            replaced.emplace(OpenHostFile(old.entry->name.c_str(), O_WRONLY | O_NOFOLLOW));
-            if (replaced->descriptor < 0 || !LockAgainstWriters(replaced->descriptor))
-                return FailFromErrno(errno);
+    for (int attempt = 1;; ++attempt) {
+        Target place;
+        if (!FindTarget(*targetPath, attempt == 1, place))
+            return FALSE;
+        // Held until the copy has taken the place of the old file.
+        std::optional<OpenFile> replaced;
+        if (place.old && !MayReplace(source.entry, *place.old, failIfExists, replaced))
+            return FALSE;
+        const int error = Copy(source, place);
+        if (error == 0) {
+            NoteCopy(place);
+            return TRUE;
         }
+        // Something may have got the name meanwhile. It is there to be looked at, then.
+        if (error != EEXIST || failIfExists || attempt == kMostAttempts)
+            return FailFromErrno(error);
     }
-
-    const std::string& place = old.entry ? old.entry->name : old.place;
-    TemporaryName copy(place);
-    if (!(source->open ? CopyRegular(source->entry, source->open->descriptor, copy)
-                       : CopyLink(source->entry, copy)))
-        return FALSE;
-    if (!copy.MoveTo(place, !failIfExists))
-        return FailFromErrno(errno);
-    if (!old.entry)
-        NoteNewName(place);
-    return TRUE;
 }

@@ -7,13 +7,12 @@
 #include <limits>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr std::uint64_t kToTheEnd = std::numeric_limits<std::uint64_t>::max();
 constexpr std::size_t kBufferBytes = 32 * 1024;
+constexpr std::uint64_t kToTheEnd = std::numeric_limits<std::uint64_t>::max();
 
 int WriteAll(int target, const char* bytes, std::size_t size)
 {
@@ -80,14 +79,17 @@ int CopyWithinHost(int source, int target, std::uint64_t length)
     return 0;
 }
 
+// The whole of what has `size` bytes, holes included.
 int CopyWithHoles(int source, int target, off_t size)
 {
     off_t position = 0;
-    for (;;) {
+    while (position < size) {
         const off_t data = lseek(source, position, SEEK_DATA);
-        if (data < 0)
+        if (data < 0 && errno != ENXIO)
+            return errno;
+        if (data < 0 || data >= size)
             break;
-        const off_t hole = lseek(source, data, SEEK_HOLE);
+        const off_t hole = std::min(lseek(source, data, SEEK_HOLE), size);
         if (hole < 0 || lseek(source, data, SEEK_SET) < 0 || lseek(target, data, SEEK_SET) < 0)
             return errno;
         const auto length = static_cast<std::uint64_t>(hole - data);
@@ -95,29 +97,44 @@ int CopyWithHoles(int source, int target, off_t size)
             return error;
         position = hole;
     }
-    // Only holes are left.
-    if (errno == ENXIO)
-        return ftruncate(target, std::max(size, position)) == 0 ? 0 : errno;
-    // This file system does not tell where they are.
-    return position == 0 ? CopyWithinHost(source, target, kToTheEnd) : errno;
+    // Only holes are left, unless the file has shrunk.
+    struct stat now;
+    if (fstat(source, &now) != 0)
+        return errno;
+    return ftruncate(target, std::min(size, now.st_size)) == 0 ? 0 : errno;
 }
 
-// Files that the kernel makes up say that they are empty.
-std::uint64_t LengthToCopy(const struct statx& status)
+// Files that the kernel makes up say that they are empty, and go on saying so when there was
+// something to read; others tell then how large they have become.
+int CopySeeminglyEmpty(int source, int target)
 {
-    return status.stx_size == 0 ? kToTheEnd : status.stx_size;
+    if (const int error = CopyThroughMemory(source, target, kBufferBytes))
+        return error;
+    struct stat now;
+    const off_t copied = lseek(target, 0, SEEK_CUR);
+    if (copied < 0 || fstat(source, &now) != 0)
+        return errno;
+    if (now.st_size == 0)
+        return CopyThroughMemory(source, target, copied == 0 ? 0 : kToTheEnd);
+    const off_t more = std::max<off_t>(now.st_size - copied, 0);
+    return CopyThroughMemory(source, target, static_cast<std::uint64_t>(more));
 }
 
 } // namespace
 
-int CopyContent(int source, const struct statx& status, int target)
+int CopyContent(int source, const struct stat& status, int target)
 {
-    constexpr std::uint64_t kBytesPerBlock = 512;
-    if (status.stx_size <= kBufferBytes)
-        return CopyThroughMemory(source, target, LengthToCopy(status));
+    constexpr off_t kBytesPerBlock = 512;
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    if (size == 0)
+        return CopySeeminglyEmpty(source, target);
+    if (size <= kBufferBytes)
+        return CopyThroughMemory(source, target, size);
     if (ioctl(target, FICLONE, source) == 0)
         return 0;
-    if (status.stx_blocks * kBytesPerBlock < status.stx_size)
-        return CopyWithHoles(source, target, static_cast<off_t>(status.stx_size));
-    return CopyWithinHost(source, target, kToTheEnd);
+    const bool hasHoles = status.st_blocks * kBytesPerBlock < status.st_size;
+    // Some file systems do not tell where they are.
+    if (hasHoles && (lseek(source, 0, SEEK_DATA) >= 0 || errno == ENXIO))
+        return CopyWithHoles(source, target, status.st_size);
+    return CopyWithinHost(source, target, size);
 }

@@ -134,8 +134,9 @@ void PutInteger(FormatOutput<T>& output, FormatField field, Number number, unsig
 template <class T, class Integer> void PutPlain(FormatOutput<T>& output, Integer value)
 {
     char digits[kIntegerRoom];
-    const char* const end = std::to_chars(digits, digits + kIntegerRoom, value).ptr;
-    output.PutAscii(digits, static_cast<std::size_t>(end - digits));
+    const auto [end, error] = std::to_chars(digits, digits + kIntegerRoom, value);
+    if (error == std::errc()) // always: there is room
+        output.PutAscii(digits, static_cast<std::size_t>(end - digits));
 }
 
 template <class T>
