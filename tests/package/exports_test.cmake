@@ -22,6 +22,8 @@ foreach(line IN LISTS lines)
         message(FATAL_ERROR "without a version node: ${symbol}")
     endif()
     string(REGEX REPLACE "(\\(.*)?@@XELUTILS_[0-9.]+$" "" name "${symbol}")
+    # Sizes are of another type where words have 32 bits.
+    string(REGEX REPLACE "^unsigned (int|long) " "" name "${name}")
     list(APPEND names "${name}")
 endforeach()
 list(REMOVE_DUPLICATES names)

@@ -41,10 +41,11 @@ TEST(LoadLibrary, TellsWhyNot)
         {folder.Path("pipe"), ERROR_ACCESS_DENIED},
         {folder.Write("empty", ""), ERROR_BAD_EXE_FORMAT},
         {folder.Write("text", std::string(1000, 'x')), ERROR_BAD_EXE_FORMAT},
-        {folder.Write("start", plugin.substr(0, 63)), ERROR_BAD_EXE_FORMAT},
+        {folder.Write("start", plugin.substr(0, 51)), ERROR_BAD_EXE_FORMAT},
         {folder.Write("processor", otherProcessor), ERROR_BAD_EXE_FORMAT},
         {folder.Write("words", otherWords), ERROR_BAD_EXE_FORMAT},
-        {folder.Write("cut", plugin.substr(0, 500)), ERROR_MOD_NOT_FOUND},
+        {folder.Write("cut", plugin.substr(0, 500)), ERROR_BAD_EXE_FORMAT},
+        {folder.Write("half", plugin.substr(0, plugin.size() / 8)), ERROR_BAD_EXE_FORMAT},
     };
     for (const auto& row : rows) {
         SetLastError(ERROR_SUCCESS);

@@ -52,6 +52,7 @@ TEST(StringUse, JoiningAndIndexing)
     EXPECT_EQ(text + '\xE9', L"ab\xFFE9") << "as += does";
     EXPECT_EQ(Narrow("q") + L'\x20AC' + 'r', "q\xACr");
     EXPECT_EQ(text + 1, text.GetString() + 1) << "a place inside the text, as for any pointer";
+    EXPECT_EQ(text + 0, text.GetString());
 
     const Wide longText(L'x', 300);
     EXPECT_EQ(longText[static_cast<unsigned char>(5)], L'x');

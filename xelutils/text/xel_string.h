@@ -484,8 +484,7 @@ CXelStringT<T> operator+(const std::type_identity_t<T>* first, const CXelStringT
 {
     return ConcatTexts<T>(first, TextLength<T>(first), second, second.GetLength());
 }
-// One character of either width becomes one of the string's as with +=. A number is no character:
-// text + 1 is what it is for any pointer to characters, a place inside the text.
+// One character of either width becomes one of the string's as with +=.
 template <class Ch>
 concept Character = std::is_same_v<Ch, char> || std::is_same_v<Ch, wchar_t>;
 
@@ -500,6 +499,20 @@ template <class T, Character Ch> CXelStringT<T> operator+(Ch first, const CXelSt
     CXelStringT<T> character;
     character = first;
     return character + second;
+}
+// A number is no character: text + 1 is what it is for any pointer to characters, a place inside
+// the text. So is text + 0, where the number could be meant for a null text.
+template <class T, std::integral Number>
+    requires(!Character<Number>)
+const T* operator+(const CXelStringT<T>& text, Number offset)
+{
+    return static_cast<const T*>(text) + offset;
+}
+template <class T, std::integral Number>
+    requires(!Character<Number>)
+const T* operator+(Number offset, const CXelStringT<T>& text)
+{
+    return text + offset;
 }
 
 // ---- Comparing: by the text up to the terminator, units unsigned, so that strings and plain

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <dlfcn.h>
 #include <elf.h>
 #include <fcntl.h>
@@ -92,27 +94,44 @@ bool IsForThisProcessor(const ElfW(Ehdr) & header)
 {
     constexpr unsigned char kOwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
     return std::string_view(reinterpret_cast<const char*>(header.e_ident), SELFMAG) == ELFMAG &&
-           header.e_ident[EI_CLASS] == kOwnClass && header.e_machine == OwnMachine();
+           header.e_ident[EI_CLASS] == kOwnClass && header.e_machine == OwnMachine() &&
+           header.e_phentsize == sizeof(ElfW(Phdr));
 }
 
-// The loader tells its failures apart only in words for people.
-DWORD ErrorOfLibrary(const std::string& path)
+bool ReadAt(const OpenFile& file, std::uint64_t place, void* target, std::size_t size)
 {
-    const int descriptor = OpenHostFile(path.c_str(), O_RDONLY);
+    const auto offset = static_cast<off_t>(place);
+    return pread(file.descriptor, target, size, offset) == static_cast<ssize_t>(size);
+}
+
+// Whether the file has all that the loader would map: it maps first, and what is not there ends
+// the program when it is touched.
+bool IsWhole(const OpenFile& file, const ElfW(Ehdr) & header, std::uint64_t sizeBytes)
+{
+    std::vector<ElfW(Phdr)> segments(header.e_phnum);
+    if (!ReadAt(file, header.e_phoff, segments.data(), segments.size() * sizeof(ElfW(Phdr))))
+        return false;
+    return std::all_of(segments.begin(), segments.end(), [sizeBytes](const ElfW(Phdr) & segment) {
+        return segment.p_offset <= sizeBytes && segment.p_filesz <= sizeBytes - segment.p_offset;
+    });
+}
+
+// ERROR_SUCCESS for a library that the loader can be trusted with. It would wait on a FIFO.
+DWORD LookAt(const std::string& path)
+{
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0)
+        return ErrorFromErrno(errno);
+    if (!S_ISREG(status.st_mode))
+        return ERROR_ACCESS_DENIED;
+    const int descriptor = OpenHostFile(path.c_str(), O_RDONLY | O_NONBLOCK);
     if (descriptor < 0)
         return ErrorFromErrno(errno);
     const OpenFile file(descriptor);
     ElfW(Ehdr) header;
-    const bool isLibrary =
-        pread(descriptor, &header, sizeof header, 0) == sizeof header && IsForThisProcessor(header);
-    return isLibrary ? ERROR_MOD_NOT_FOUND : ERROR_BAD_EXE_FORMAT;
-}
-
-// The loader would wait on a FIFO.
-bool IsRegularFile(const std::string& path)
-{
-    struct stat status;
-    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    const bool isLibrary = ReadAt(file, 0, &header, sizeof header) && IsForThisProcessor(header) &&
+                           IsWhole(file, header, static_cast<std::uint64_t>(status.st_size));
+    return isLibrary ? ERROR_SUCCESS : ERROR_BAD_EXE_FORMAT;
 }
 
 // ---- What is loaded -----------------------------------------------------------------------
@@ -182,16 +201,13 @@ HMODULE LoadLibraryW(const wchar_t* name)
     const std::optional<std::string> path = FindLibrary(name);
     if (!path)
         return Fail(ERROR_MOD_NOT_FOUND), nullptr;
-    if (!IsRegularFile(*path))
-        return Fail(ERROR_ACCESS_DENIED), nullptr;
+    if (const DWORD error = LookAt(*path); error != ERROR_SUCCESS)
+        return Fail(error), nullptr;
     // The path is absolute, so the loader does not search.
     const HMODULE module = dlopen(path->c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
-        const char* const reason = dlerror();
-        const DWORD error = ErrorOfLibrary(*path);
-        if (error == ERROR_MOD_NOT_FOUND)
-            TellDebugger(reason);
-        return Fail(error), nullptr;
+        TellDebugger(dlerror());
+        return Fail(ERROR_MOD_NOT_FOUND), nullptr;
     }
     Loaded().Add(module);
     return module;
