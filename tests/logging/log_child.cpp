@@ -2,6 +2,7 @@
 // argument says what it does.
 #include <atomic>
 #include <chrono>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -61,7 +62,7 @@ void TraceEveryKind()
 
 void TraceEveryLevel()
 {
-    for (const long level : {0L, 1L, 2L, 3L, 4L, 5L, 6L, 7L, 100L, -1L, -4294967296L, 4294967296L})
+    for (const long level : {0L, 1L, 2L, 3L, 4L, 5L, 6L, 7L, 100L, -1L, LONG_MIN, LONG_MAX})
         LOGMESSAGE(level, "level %d", static_cast<int>(level));
     LOGMESSAGE(0, "no argument");
     LOGMESSAGE(4, "no argument");

@@ -45,7 +45,7 @@ TEST(MemoryFuncs, VirtualNeverExceedsPhysical)
     const unsigned long physical = MemoryFuncs::GetFreeSliderMemory();
     const unsigned long smaller = MemoryFuncs::GetFreeVirtMemory();
     EXPECT_GT(smaller, 0u);
-    EXPECT_LE(smaller, physical + (64u << 20)) << "asked one after the other, so not quite equal";
+    EXPECT_LE(smaller, physical + (64ULL << 20)) << "asked one after the other, so not quite equal";
     EXPECT_LE(physical, 0xFFFFFFFFu);
 }
 

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <new>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "module/process_memory.h"
@@ -19,7 +20,8 @@
 
 namespace {
 
-std::string g_mode;
+// Still there when the last object is destroyed.
+constinit std::string_view g_mode;
 
 // ---- The order of the ends ------------------------------------------------------------------
 

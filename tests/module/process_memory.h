@@ -1,4 +1,4 @@
-// What this process has of the system's memory.
+// What this process has of the system's memory; nothing where a sanitizer keeps records of its own.
 #pragma once
 
 struct ProcessMemory {

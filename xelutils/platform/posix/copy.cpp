@@ -238,8 +238,8 @@ private:
     void Next()
     {
         // Begins elsewhere in each program, so that they seldom meet.
-        static std::atomic<long long> s_number =
-            std::chrono::system_clock::now().time_since_epoch().count();
+        static std::atomic<unsigned long> s_number =
+            static_cast<unsigned long>(std::chrono::system_clock::now().time_since_epoch().count());
         m_name = ".copy-" + std::to_string(++s_number);
     }
 
@@ -330,7 +330,8 @@ int CopyLink(const Source& source, TemporaryName& copy)
     if (text.empty() || !copy.Make(make))
         return errno;
     const statx_timestamp& written = source.entry.status.stx_mtime;
-    const timespec times[] = {{0, UTIME_OMIT}, {written.tv_sec, static_cast<long>(written.tv_nsec)}};
+    const timespec times[] = {{0, UTIME_OMIT},
+                              {written.tv_sec, static_cast<long>(written.tv_nsec)}};
     return utimensat(copy.Folder(), copy.Name(), times, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
