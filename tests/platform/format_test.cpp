@@ -13,20 +13,23 @@ const void* const kNull = nullptr;
 constexpr std::size_t kPointerDigits = sizeof(void*) * 2;
 // Each size reads another number out of it.
 constexpr long long kWord = static_cast<long long>(0x87654321FEDCBA98);
+constexpr int kLowWord = static_cast<int>(0xFEDCBA98);
 
 // A long has 32 bits on every target.
 TEST(Format, ExtremesOfEveryInteger)
 {
     CheckAll{
         {"%d", "0", 0},       {"%u", "4294967295", -1}, {"%x", "ffffffff", -1},
-        {"%hu", "65535", -1}, {"%ho", "177777", -1},    {"%hX", "BA98", kWord},
+        {"%hu", "65535", -1}, {"%ho", "177777", -1},    {"%hX", "BA98", kLowWord},
     };
     CheckAll{
-        {"%d", "-2147483648", INT_MIN}, {"%i", "2147483647", INT_MAX}, {"%o", "37777777777", -1},
-        {"%X", "89ABCDEF", 0x89ABCDEF}, {"%hd", "-32768", 0x18000},    {"%hi", "32767", 0xF7FFF},
-        {"%hx", "8000", 0x18000},       {"%ld", "-19088744", kWord},   {"%lu", "4275878552", kWord},
-        {"%lx", "fedcba98", kWord},     {"%I32d", "-19088744", kWord}, {"%I32X", "FEDCBA98", kWord},
-        {"%wd", "-19088744", kWord},    {"%Lx", "fedcba98", kWord},
+        {"%d", "-2147483648", INT_MIN},   {"%i", "2147483647", INT_MAX},
+        {"%o", "37777777777", -1},        {"%X", "89ABCDEF", 0x89ABCDEF},
+        {"%hd", "-32768", 0x18000},       {"%hi", "32767", 0xF7FFF},
+        {"%hx", "8000", 0x18000},         {"%ld", "-19088744", kLowWord},
+        {"%lu", "4275878552", kLowWord},  {"%lx", "fedcba98", kLowWord},
+        {"%I32d", "-19088744", kLowWord}, {"%I32X", "FEDCBA98", kLowWord},
+        {"%wd", "-19088744", kLowWord},   {"%Lx", "fedcba98", kLowWord},
     };
     CheckAll{
         {"%lld", "-9223372036854775808", INT64_MIN}, {"%I64d", "-9223372036854775808", INT64_MIN},

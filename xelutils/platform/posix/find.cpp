@@ -226,7 +226,9 @@ bool ListMatches(Listing& listing, const wchar_t* name, const wchar_t* mask)
 
 void StoreName(std::string_view name, WIN32_FIND_DATAW& data)
 {
-    const auto isPlain = [](char byte) { return byte > 0 && byte != '\\'; };
+    const auto isPlain = [](char byte) {
+        return static_cast<signed char>(byte) > 0 && byte != '\\';
+    };
     wchar_t* end;
     if (std::all_of(name.begin(), name.end(), isPlain)) {
         end = std::copy(name.begin(), name.end(), data.cFileName);

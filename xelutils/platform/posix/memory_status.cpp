@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
@@ -49,6 +50,22 @@ private:
     std::size_t m_length = 0;
 };
 
+// By the list of what is mapped: the sum that the kernel offers is of the emulator where there is
+// one.
+std::uint64_t MappedBytes()
+{
+    std::FILE* const list = std::fopen("/proc/self/maps", "re");
+    if (list == nullptr)
+        return 0;
+    std::uint64_t sum = 0;
+    unsigned long long start = 0;
+    unsigned long long end = 0;
+    while (std::fscanf(list, "%llx-%llx%*[^\n]", &start, &end) == 2)
+        sum += end - start;
+    std::fclose(list);
+    return sum;
+}
+
 // What this process may still map.
 std::uint64_t UnmappedBytes()
 {
@@ -60,9 +77,7 @@ std::uint64_t UnmappedBytes()
         total = std::min<std::uint64_t>(total, limit.rlim_cur);
     if (total == UINT64_MAX)
         return total;
-    const std::uint64_t pages = KernelText("/proc/self/statm").NumberAfter("");
-    const std::uint64_t mapped = pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    return total - std::min(total, mapped);
+    return total - std::min(total, MappedBytes());
 }
 
 DWORD Saturated(std::uint64_t bytes)
