@@ -4,11 +4,11 @@
 // Run it beside fieldapp.ini and a folder of jobs, as scripts/demo does.
 #include <cstdio>
 
+#include "examples/fieldapp/display.h"
 #include "xelutils/files/file_funcs.h"
 #include "xelutils/files/file_funcs_ex.h"
 #include "xelutils/formats/xel_formats.h"
 #include "xelutils/logging/xel_logging.h"
-#include "xelutils/platform/fixed_cell_window.h"
 #include "xelutils/settings/xel_settings.h"
 #include "xelutils/text/xel_utf.h"
 
@@ -51,8 +51,7 @@ bool ReadSettings(Settings& settings)
 // What a 40-column display shows of a path.
 void Show(const Settings& settings, const char* what, const String& path)
 {
-    FixedCellWindow window(settings.columns);
-    const String shown = FileFuncsEx::CompactPath(&window, path, L'\\');
+    const String shown = PathOnDisplay(settings.columns, path);
     std::printf("%-9s %s\n", what, xel_text::ToUtf8(shown).c_str());
 }
 

@@ -26,7 +26,9 @@ public:
     void Import(std::string_view text) const
     {
         Clear();
-        m_folder.Write("test.reg", text);
+        // Windows takes the bytes of a value for 8-bit text where the file is.
+        const bool isOfToday = text.starts_with("Windows Registry Editor");
+        m_folder.Write("test.reg", isOfToday ? "\xFF\xFE" + Utf16Bytes(text) : std::string(text));
         const std::string command =
             "reg import \"" + m_folder.HostPath("test.reg") + "\" >nul 2>nul";
         if (std::system(command.c_str()) != 0)

@@ -453,8 +453,12 @@ template <class T> inline T CXelStringT<T>::GetAt(int index) const
     return index >= 0 && index <= GetData()->allocLength ? m_chars[index] : T{};
 }
 
+// With this, a Windows program would leave out the members that are inline, and the library does
+// not export them.
+#if !defined(_WIN32) || defined(XELUTILS_BUILDING)
 extern template class XELUTILS_API CXelStringT<char>;
 extern template class XELUTILS_API CXelStringT<wchar_t>;
+#endif
 
 // ---- Joining -------------------------------------------------------------------------------
 
@@ -503,14 +507,12 @@ template <class T, Character Ch> CXelStringT<T> operator+(Ch first, const CXelSt
 // A number is no character: text + 1 is what it is for any pointer to characters, a place inside
 // the text. So is text + 0, where the number could be meant for a null text.
 template <class T, std::integral Number>
-    requires(!Character<Number>)
-const T* operator+(const CXelStringT<T>& text, Number offset)
+requires(!Character<Number>) const T* operator+(const CXelStringT<T>& text, Number offset)
 {
     return static_cast<const T*>(text) + offset;
 }
 template <class T, std::integral Number>
-    requires(!Character<Number>)
-const T* operator+(Number offset, const CXelStringT<T>& text)
+requires(!Character<Number>) const T* operator+(Number offset, const CXelStringT<T>& text)
 {
     return text + offset;
 }

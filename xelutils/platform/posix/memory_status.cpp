@@ -58,10 +58,17 @@ std::uint64_t MappedBytes()
     if (list == nullptr)
         return 0;
     std::uint64_t sum = 0;
-    unsigned long long start = 0;
-    unsigned long long end = 0;
-    while (std::fscanf(list, "%llx-%llx%*[^\n]", &start, &end) == 2)
-        sum += end - start;
+    char line[512];
+    while (std::fgets(line, sizeof line, list) != nullptr) {
+        // What is left of a longer line is the end of a file's name.
+        const char* const lineEnd = line + std::strlen(line);
+        std::uint64_t start = 0;
+        std::uint64_t end = 0;
+        const auto first = std::from_chars(line, lineEnd, start, 16);
+        if (first.ec == std::errc() && first.ptr != lineEnd && *first.ptr == '-' &&
+            std::from_chars(first.ptr + 1, lineEnd, end, 16).ec == std::errc() && end > start)
+            sum += end - start;
+    }
     std::fclose(list);
     return sum;
 }

@@ -184,8 +184,10 @@ FoundOrPlace FindOrPlaceWithoutCase(const HostPath& path, LookFor lookFor, Looku
         found = search.RunBelow(lastSeparator);
     if (!found && !search.Place())
         found = search.RunBelow(path.baseLength);
-    if (found || search.Place())
-        return {std::move(found), found ? std::nullopt : search.Place()};
+    if (found)
+        return {std::move(found), std::nullopt};
+    if (search.Place())
+        return {std::nullopt, search.Place()};
 
     HostPath folder = path;
     folder.text.resize(lastSeparator);
