@@ -73,7 +73,7 @@ struct Registration {
         std::atexit(Unregister);
     }
 };
-[[gnu::init_priority(111)]] const Registration g_registration;
+[[gnu::init_priority(120)]] const Registration g_registration;
 
 } // namespace
 

@@ -13,8 +13,8 @@
 // the exit table runs ("Logging finished"), then the raw entry hook for the second time. What was
 // allocated from the heap stays: the library never takes memory back that it has handed out, so
 // each load whose heap was used leaves that heap's memory behind, 4 MiB at least. A thread that is
-// in a trace call meanwhile is waited for; no other call may be going on, and no string, list or
-// store may be left, when the library is taken out of a process.
+// in a trace call meanwhile is waited for, two seconds at most; no other call may be going on, and
+// no string, list or store may be left, when the library is taken out of a process.
 //
 // Static libraries are for one module each. Of two modules in a process that were linked with it,
 // each has a heap, a log and a registration of its own: strings must not pass from one to the

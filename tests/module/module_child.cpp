@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "module/process_memory.h"
+#include "xelutils/logging/xel_logging.h"
 #include "xelutils/platform/framework.h"
 #include "xelutils/system/library_funcs.h"
 #include "xelutils/text/xel_utf.h"
@@ -22,6 +23,17 @@ namespace {
 
 // Still there when the last object is destroyed.
 constinit std::string_view g_mode;
+constinit const char* g_log = nullptr;
+
+bool EndsFinished(const char* log)
+{
+    std::ifstream file(log, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::string text;
+    for (std::size_t i = 2; i < bytes.size(); i += 2)
+        text += bytes[i];
+    return text.find("; round") != text.npos && text.ends_with("; Logging finished\r\n");
+}
 
 // ---- The order of the ends ------------------------------------------------------------------
 
@@ -31,13 +43,15 @@ struct Witness {
     ~Witness()
     {
         if (g_mode == "order")
-            std::printf("%s: %s\n", name,
-                        AfxGetModuleState()->m_libraryList != nullptr ? "record" : "no record");
+            std::printf("%s: %s, %s\n", name,
+                        AfxGetModuleState()->m_libraryList != nullptr ? "record" : "no record",
+                        EndsFinished(g_log) ? "log finished" : "log open");
     }
 };
-// Between the raw entry hook and the log, so that it ends behind "Logging finished" and before the
-// hook; and made when the library is ready.
+// Made between the raw entry hook and the log, between the log and the record, and when the library
+// is ready.
 [[gnu::init_priority(105)]] const Witness g_behindLog{"behind the log"};
+[[gnu::init_priority(115)]] const Witness g_behindRecord{"behind the record"};
 const Witness g_program{"the program's own"};
 
 // ---- The second copy ------------------------------------------------------------------------
@@ -71,16 +85,6 @@ public:
 private:
     HMODULE m_module;
 };
-
-bool EndsFinished(const char* log)
-{
-    std::ifstream file(log, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    std::string text;
-    for (std::size_t i = 2; i < bytes.size(); i += 2)
-        text += bytes[i];
-    return text.find("; round") != text.npos && text.ends_with("; Logging finished\r\n");
-}
 
 // Every tenth load has a log.
 void LoadAndUnload(const char* path, const char* log, int loads)
@@ -185,7 +189,10 @@ int main(int count, char** arguments)
     if (count < 4)
         return 2;
     g_mode = arguments[1];
-    if (g_mode == "grow")
+    g_log = arguments[3];
+    if (g_mode == "order")
+        xel_logging::XEL_TRACE_ALWAYS("round");
+    else if (g_mode == "grow")
         Grow(arguments[2], arguments[3]);
     else if (g_mode == "both")
         LookAtBoth(arguments[2]);

@@ -36,10 +36,12 @@ TEST(Module, IsRegisteredWithTheFramework)
     EXPECT_EQ(state.m_libraryList->m_pNextDLL, nullptr);
 }
 
-// Behind the program's own objects: the record, the log, and last the raw entry hook.
+// Behind the program's own objects: first the record, then the log.
 TEST(Module, ReleasesItsRecordBeforeTheLogEnds)
 {
-    EXPECT_EQ(OutputOf("order"), "the program's own: record\nbehind the log: no record\n");
+    EXPECT_EQ(OutputOf("order"), "the program's own: record, log open\n"
+                                 "behind the record: no record, log open\n"
+                                 "behind the log: no record, log finished\n");
 }
 
 TEST(Module, CanBeLoadedAThousandTimes)

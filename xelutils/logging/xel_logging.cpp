@@ -201,14 +201,25 @@ struct CallUnderWay {
     ~CallUnderWay() { g_callsUnderWay.fetch_sub(1); }
 };
 
+// When the library goes, its code must not go from under a thread that is still in it. A thread
+// that cannot come out because it waits for the loader, which unloads just now, is given up.
+void WaitForCallsUnderWay()
+{
+    constexpr int kPatienceMs = 2000;
+    for (int waitedMs = 0; g_callsUnderWay != 0 && waitedMs < kPatienceMs; ++waitedMs)
+        Sleep(1);
+    // From the end of the count to the return there are some steps more.
+    if (g_logger != nullptr)
+        Sleep(1);
+}
+
 void FinishLogger()
 {
     g_isFinished = true;
     if (Logger* const logger = g_logger)
         logger->Finish();
-    // When the library goes, its code must not go from under a thread that is still in it.
-    while (IsUnloading() && g_callsUnderWay != 0)
-        Sleep(1);
+    if (IsUnloading())
+        WaitForCallsUnderWay();
 }
 
 // Registers the end in the exit table when the library is loaded, before the program's own objects

@@ -1,7 +1,5 @@
 #include "xelutils/system/library_funcs.h"
 
-#include <algorithm>
-
 #include "xelutils/files/file_funcs.h"
 #include "xelutils/logging/xel_logging.h"
 

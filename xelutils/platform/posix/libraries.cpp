@@ -128,6 +128,9 @@ DWORD LookAt(const std::string& path)
     if (descriptor < 0)
         return ErrorFromErrno(errno);
     const OpenFile file(descriptor);
+    // Another file may have come to the name meanwhile.
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+        return ERROR_ACCESS_DENIED;
     ElfW(Ehdr) header;
     const bool isLibrary = ReadAt(file, 0, &header, sizeof header) && IsForThisProcessor(header) &&
                            IsWhole(file, header, static_cast<std::uint64_t>(status.st_size));

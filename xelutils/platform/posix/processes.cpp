@@ -84,6 +84,12 @@ void LookAfter(ChildProcess& child)
                               WEXITED | WNOHANG)
                      : waitid(P_PID, static_cast<id_t>(child.id), &end, WEXITED | WNOHANG);
     } while (result != 0 && errno == EINTR);
+    // A kernel that has the descriptors but does not wait for them.
+    if (result != 0 && errno == EINVAL && descriptor != nullptr) {
+        child.status.end = nullptr;
+        LookAfter(child);
+        return;
+    }
     if (result != 0)
         child.status = {ChildState::Lost, STILL_ACTIVE, nullptr};
     else if (end.si_pid != 0)

@@ -94,6 +94,8 @@ void ReadFile(const std::string& name, FileContent& content)
     const int descriptor = OpenHostFile(name.c_str(), O_RDONLY);
     if (descriptor < 0) {
         content.fault = errno == ENOENT ? "is missing" : "cannot be opened";
+        // What this process lacks just now says nothing of the file.
+        content.mayChangeUnseen = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
         return;
     }
     const OpenFile file(descriptor);
@@ -113,6 +115,7 @@ void ReadFile(const std::string& name, FileContent& content)
     if (!ReadBytes(descriptor, content.bytes)) {
         content.bytes.clear();
         content.fault = "cannot be read";
+        content.mayChangeUnseen = true;
     }
 }
 
