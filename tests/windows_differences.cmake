@@ -2,7 +2,7 @@
 
 # How POSIX plays the device: paths below a root folder, modes, locks, mounts, environment.
 foreach(stem copy debug_output device_root file_mapping file_times files find folders
-             module_name path_lookup paths registry_file storage_cards code_pages window libraries processes)
+             module_name path_lookup paths registry_file storage_cards libraries processes)
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/platform/${stem}_test.cpp$")
 endforeach()
 
@@ -11,15 +11,15 @@ foreach(test logging/xel_logging module/module system/library_funcs files/direct
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/${test}_test.cpp$")
 endforeach()
 
-foreach(test files/path_compaction text/string_convert)
-    list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/${test}_test.cpp$")
-endforeach()
-
 # Single tests, by what they meet.
 set(not_on_windows
     # What of a text without end is stored.
     Format.HugeWidthsOnlyDoNotFit
-    # The environment chooses the zone.
+    # No window is the screen there, and the errors are others.
+    Window.RefusesWhatIsNone
+    # The environment chooses the code page and the zone.
+    CodePages.EnvironmentNamesTheSystemPage
+    StringConvertDeathTest.DoubleByteTextIsCutAtTheCapacity
     Time.LocalTimeFollowsTheZone
     # The run-time cannot know how many addresses it was given.
     Scan.EndsWhereAnAddressIsMissing

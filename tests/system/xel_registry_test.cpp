@@ -53,13 +53,18 @@ TEST(XelRegistry, ListsSectionsAndEntries)
 
 TEST(XelRegistry, LongNameEndsTheListEarly)
 {
-    const std::string longest(255, 'n');
+    const std::string longest(255, 'n'), key = kTestKey;
+    // No key has so long a name on desktop Windows.
+    const std::string longKey = OnHost("[" + key + "\\z" + longest + "]\n", std::string());
     const TestRegistry registry("\"" + longest + "\"=\"\"\n\"b" + longest +
-                                "\"=\"\"\n\"behind\"=\"\"\n");
+                                "\"=\"\"\n\"behind\"=\"\"\n[" + key + "\\a" + longest.substr(1) +
+                                "]\n" + longKey + "[" + key + "\\z]\n");
     StringVector names;
     EXPECT_TRUE(EnumEntries(HKEY_CURRENT_USER, kTestSubKey, names));
     // Sorted, the long one is the last but one.
     EXPECT_EQ(Joined(names), OnHost("[" + longest + "]", std::string("[behind]")));
+    EXPECT_TRUE(EnumSections(HKEY_CURRENT_USER, kTestSubKey, names));
+    EXPECT_EQ(Joined(names), "[a" + longest.substr(1) + OnHost("]", "][z]"));
 }
 
 TEST(XelRegistry, ReadsTextOfValues)
