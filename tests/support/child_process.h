@@ -1,0 +1,31 @@
+// Runs a program as another one would: class ChildProcess, with an implementation for each host.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+// Everything is UTF-8. Files are those of the host; what is empty is the test's own.
+struct ChildStart {
+    std::string program;
+    std::vector<std::string> arguments{};
+    std::string folder{};
+    std::vector<std::pair<std::string, std::string>> environment{};
+    std::string output{};
+    // Standard error, and what a debugger sees where that is not the same.
+    std::string error{};
+    // Its input stays open until Wait.
+    bool waitsForInput = false;
+};
+
+#if defined(_WIN32)
+#include "support/child_process_windows.h"
+#else
+#include "support/child_process_posix.h"
+#endif
+
+// Its exit code; -1 when there was none.
+inline int RunChild(const ChildStart& start)
+{
+    return ChildProcess(start).Wait();
+}
