@@ -7,8 +7,8 @@ foreach(stem code_pages copy debug_output device_root file_mapping file_times fi
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/platform/${stem}_test.cpp$")
 endforeach()
 
-# Programs are run by a POSIX shell, with its environment and its signals.
-foreach(test module/module files/directory_trees_limits)
+# Limits are set by POSIX's calls.
+foreach(test files/directory_trees_limits)
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/${test}_test.cpp$")
 endforeach()
 

@@ -92,6 +92,7 @@ protected:
         Install(name);
         ChildStart start = StartOf(name, arguments, debugOutput);
         start.error = m_folder.HostPath("err");
+        start.showsDebugOutput = true;
         return RunChild(start) == 42;
     }
     // Nothing of what surrounds the tests counts.

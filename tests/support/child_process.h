@@ -12,8 +12,10 @@ struct ChildStart {
     std::string folder{};
     std::vector<std::pair<std::string, std::string>> environment{};
     std::string output{};
-    // Standard error, and what a debugger sees where that is not the same.
     std::string error{};
+    // Standard error is to hold what a debugger sees. Where that is not the same anyway, the child
+    // gets a debugger.
+    bool showsDebugOutput = false;
     // Its input stays open until Wait.
     bool waitsForInput = false;
 };

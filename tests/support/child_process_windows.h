@@ -14,7 +14,8 @@
 
 class ChildProcess {
 public:
-    explicit ChildProcess(const ChildStart& start) : m_error(start.error)
+    explicit ChildProcess(const ChildStart& start)
+        : m_debugOutput(start.showsDebugOutput ? start.error : "")
     {
         using xel_text::FromUtf8;
         SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
@@ -37,11 +38,11 @@ public:
         String folder = FromUtf8(start.folder);
         const Variables variables(start.environment);
         PROCESS_INFORMATION process = {};
-        EXPECT_TRUE(
-            CreateProcessW(program, commandLine.GetBuffer(commandLine.GetLength()), nullptr,
-                           nullptr, TRUE, m_error.empty() ? 0 : DEBUG_ONLY_THIS_PROCESS, nullptr,
-                           start.folder.empty() ? nullptr : folder.GetBuffer(folder.GetLength()),
-                           &startup, &process))
+        EXPECT_TRUE(CreateProcessW(
+            program, commandLine.GetBuffer(commandLine.GetLength()), nullptr, nullptr, TRUE,
+            m_debugOutput.empty() ? 0 : DEBUG_ONLY_THIS_PROCESS, nullptr,
+            start.folder.empty() ? nullptr : folder.GetBuffer(folder.GetLength()), &startup,
+            &process))
             << start.program << ": " << GetLastError();
         m_process = process.hProcess;
         m_id = process.dwProcessId;
@@ -64,7 +65,7 @@ public:
             CloseHandle(std::exchange(m_input, nullptr));
         if (m_process == nullptr)
             return -1;
-        if (!m_error.empty())
+        if (!m_debugOutput.empty())
             WatchUntilItEnds();
         WaitForSingleObject(m_process, INFINITE);
         DWORD code = 0;
@@ -132,12 +133,12 @@ private:
         SIZE_T size = 0;
         ReadProcessMemory(m_process, info.lpDebugStringData, bytes.data(), bytes.size(), &size);
         bytes.resize(size == 0 ? 0 : size - 1);
-        std::ofstream(m_error, std::ios::binary | std::ios::app)
+        std::ofstream(m_debugOutput, std::ios::binary | std::ios::app)
             << xel_text::ToUtf8(String(bytes.c_str()));
     }
 
     HANDLE m_input = nullptr;
     HANDLE m_process = nullptr;
     DWORD m_id = 0;
-    const std::string m_error;
+    const std::string m_debugOutput;
 };

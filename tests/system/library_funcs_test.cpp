@@ -31,7 +31,8 @@ protected:
                             .folder = folder,
                             .environment = {{"XEL_DEVICE_ROOT", folder}},
                             .output = m_folder.HostPath("out"),
-                            .error = m_folder.HostPath("err")};
+                            .error = m_folder.HostPath("err"),
+                            .showsDebugOutput = true};
         if (!function.empty())
             start.arguments.push_back(function);
         EXPECT_EQ(RunChild(start), 0);
