@@ -3,9 +3,12 @@
 # How POSIX plays the device: paths below a root folder, modes, locks, mounts, environment.
 foreach(stem code_pages copy debug_output device_root file_mapping file_times files find folders
              module_name path_lookup paths registry_file storage_cards time virtual_memory window
-             case libraries processes)
+             case)
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/platform/${stem}_test.cpp$")
 endforeach()
+
+# Rules of POSIX alone, each beside the file that says what all targets share.
+list(FILTER TEST_SOURCES EXCLUDE REGEX "_posix_test.cpp$")
 
 # Limits are set by POSIX's calls.
 foreach(test files/directory_trees_limits)
