@@ -166,15 +166,16 @@ void TargetFile::takePlace(const TemporaryFile& file)
 {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         refuseIfChanged();
-        // The system replaces no file that somebody has open. Between these two lines another
-        // program could write; hosts have no step that closes and replaces.
+        // The system replaces no file that somebody has open, and moves none that a virus scanner
+        // looks at. Between closing and moving another program could write: there is no call that
+        // does both.
         m_file = HostFile();
         if (moveOver(file.path(), m_path, m_exists))
             return;
         const int error = lastError();
         const bool isOpenElsewhere =
             error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
-        if (!m_exists || !isOpenElsewhere)
+        if (!isOpenElsewhere)
             throw failedFile(m_name, "cannot be written", error);
         Sleep(kPauseMilliseconds);
     }
