@@ -21,6 +21,9 @@ foreach(test files/file_times files/path_compaction text/string_convert)
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/${test}_test.cpp$")
 endforeach()
 
+# Modes, links, names of any bytes, limits and environment of POSIX.
+list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/xelini/posix_host_test.cpp$")
+
 # Single tests, by what they meet.
 set(not_on_windows
     # There is always a system folder.

@@ -11,6 +11,7 @@ struct ChildStart {
     std::vector<std::string> arguments{};
     std::string folder{};
     std::vector<std::pair<std::string, std::string>> environment{};
+    std::string input{};
     std::string output{};
     std::string error{};
     // Standard error is to hold what a debugger sees. Where that is not the same anyway, the child

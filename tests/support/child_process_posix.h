@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <string>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -24,8 +25,9 @@ public:
         posix_spawn_file_actions_init(&actions);
         if (start.waitsForInput)
             posix_spawn_file_actions_adddup2(&actions, pipe[0], STDIN_FILENO);
-        Redirect(actions, STDOUT_FILENO, start.output);
-        Redirect(actions, STDERR_FILENO, start.error);
+        Redirect(actions, STDIN_FILENO, start.input, O_RDONLY);
+        Redirect(actions, STDOUT_FILENO, start.output, O_WRONLY | O_CREAT | O_TRUNC);
+        Redirect(actions, STDERR_FILENO, start.error, O_WRONLY | O_CREAT | O_TRUNC);
         if (!start.folder.empty())
             posix_spawn_file_actions_addchdir_np(&actions, start.folder.c_str());
 
@@ -49,6 +51,11 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    // Returns once all of it is in the pipe to its input.
+    bool Feed(std::string_view bytes) const
+    {
+        return ::write(m_input, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    }
     // Also ends its input. -1 the second time, too.
     int Wait()
     {
@@ -61,11 +68,11 @@ public:
     }
 
 private:
-    static void Redirect(posix_spawn_file_actions_t& actions, int stream, const std::string& file)
+    static void Redirect(posix_spawn_file_actions_t& actions, int stream, const std::string& file,
+                         int flags)
     {
         if (!file.empty())
-            posix_spawn_file_actions_addopen(&actions, stream, file.c_str(),
-                                             O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            posix_spawn_file_actions_addopen(&actions, stream, file.c_str(), flags, 0600);
     }
     static std::vector<char*> Pointers(std::vector<std::string>& texts)
     {

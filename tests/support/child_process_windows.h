@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "support/child_process.h"
@@ -22,9 +23,9 @@ public:
         STARTUPINFOW startup = {};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-        startup.hStdOutput = OutputTo(start.output, STD_OUTPUT_HANDLE, inherited);
-        startup.hStdError = OutputTo(start.error, STD_ERROR_HANDLE, inherited);
+        startup.hStdInput = Stream(start.input, STD_INPUT_HANDLE, inherited);
+        startup.hStdOutput = Stream(start.output, STD_OUTPUT_HANDLE, inherited);
+        startup.hStdError = Stream(start.error, STD_ERROR_HANDLE, inherited);
         if (start.waitsForInput) {
             EXPECT_TRUE(CreatePipe(&startup.hStdInput, &m_input, &inherited, 0));
             SetHandleInformation(m_input, HANDLE_FLAG_INHERIT, 0);
@@ -51,13 +52,24 @@ public:
             CloseHandle(startup.hStdOutput);
         if (!start.error.empty())
             CloseHandle(startup.hStdError);
-        if (start.waitsForInput)
+        if (start.waitsForInput || !start.input.empty())
             CloseHandle(startup.hStdInput);
     }
     ~ChildProcess() { Wait(); }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    // Returns once all of it is in the pipe to its input.
+    bool Feed(std::string_view bytes) const
+    {
+        DWORD fed = 0;
+        return WriteFile(m_input, bytes.data(), static_cast<DWORD>(bytes.size()), &fed, nullptr) &&
+               fed == bytes.size();
+    }
+    bool EndsWithin(DWORD milliseconds) const
+    {
+        return WaitForSingleObject(m_process, milliseconds) == WAIT_OBJECT_0;
+    }
     // Also ends its input. -1 the second time, too.
     int Wait()
     {
@@ -99,13 +111,14 @@ private:
         std::vector<String> m_names;
     };
 
-    static HANDLE OutputTo(const std::string& file, DWORD standard, SECURITY_ATTRIBUTES& inherited)
+    static HANDLE Stream(const std::string& file, DWORD standard, SECURITY_ATTRIBUTES& inherited)
     {
         if (file.empty())
             return GetStdHandle(standard);
-        return CreateFileW(xel_text::FromUtf8(file), GENERIC_WRITE,
-                           FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, CREATE_ALWAYS, 0,
-                           nullptr);
+        const bool isInput = standard == STD_INPUT_HANDLE;
+        return CreateFileW(xel_text::FromUtf8(file), isInput ? GENERIC_READ : GENERIC_WRITE,
+                           FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                           isInput ? OPEN_EXISTING : CREATE_ALWAYS, 0, nullptr);
     }
 
     void WatchUntilItEnds() const
