@@ -1,9 +1,10 @@
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include "support/target.h"
 #include "support/test_folder.h"
+#include "support/zone.h"
 #include "xelutils/files/file_funcs.h"
 
 using namespace FileFuncs;
@@ -22,7 +23,6 @@ FILETIME FileTimeOf(std::uint64_t steps)
     return {static_cast<DWORD>(steps), static_cast<DWORD>(steps >> 32)};
 }
 
-constexpr std::uint64_t kStepsPerMinute = 600'000'000;
 // 5 March 2024, 14:07:00.
 constexpr std::uint64_t kFifthOfMarch = 133'541'212'200'000'000;
 
@@ -32,10 +32,13 @@ constexpr std::uint64_t kSecondOfJanuary = 125'597'951'400'000'000; // 2 January
 // The time that is displayed as `localSteps`, whatever the zone.
 FILETIME FromLocal(std::uint64_t localSteps)
 {
-    const FILETIME time = FileTimeOf(localSteps);
-    FILETIME local{};
-    EXPECT_TRUE(FileTimeToLocalFileTime(&time, &local));
-    return FileTimeOf(localSteps - (StepsOf(local) - localSteps));
+    return FileTimeOf(localSteps - static_cast<std::uint64_t>(PresentOffset()));
+}
+
+// Also where it is displayed in another zone.
+FILETIME NoTime()
+{
+    return FileTimeOf((std::uint64_t{1} << 63) + 24 * 60 * kStepsPerMinute);
 }
 
 struct Texts {
@@ -76,29 +79,13 @@ TEST(FileTimes, DisplayedWithoutSeconds)
 
 TEST(FileTimes, DisplayedInLocalTime)
 {
-    const char* const before = std::getenv("TZ");
-    const std::string zoneBefore = before != nullptr ? before : "";
-    const struct {
-        const char* zone;
-        String date;
-        String clock;
-    } rows[] = {
-        {"UTC0", L"03/05/2024", L"14:07"},
-        {"ABC-5:30", L"03/05/2024", L"19:37"},
-        {"ABC-10", L"03/06/2024", L"00:07"},
-        {"ABC+8", L"03/05/2024", L"06:07"},
-    };
-    for (const auto& row : rows) {
-        setenv("TZ", row.zone, 1);
-        FILETIME time = FileTimeOf(kFifthOfMarch);
+    for (const char* const name : {"UTC0", "ABC-5:30", "ABC-10", "ABC+8"}) {
+        const InZone zone(name);
+        FILETIME time = FromLocal(kFifthOfMarch);
         Texts texts;
         EXPECT_TRUE(ConvertAndFormatFileTime(time, &texts.date, &texts.clock));
-        texts.Expect(row.date, row.clock);
+        texts.Expect(L"03/05/2024", L"14:07");
     }
-    if (before != nullptr)
-        setenv("TZ", zoneBefore.c_str(), 1);
-    else
-        unsetenv("TZ");
 }
 
 TEST(FileTimes, EitherTextMayBeLeftOut)
@@ -115,7 +102,7 @@ TEST(FileTimes, EitherTextMayBeLeftOut)
 
 TEST(FileTimes, WhatIsNoTimeLeavesTheTexts)
 {
-    FILETIME time = FileTimeOf(std::uint64_t{1} << 63);
+    FILETIME time = NoTime();
     Texts texts;
     EXPECT_FALSE(ConvertAndFormatFileTime(time, &texts.date, &texts.clock));
     texts.Expect(L"old", L"old");
@@ -154,7 +141,7 @@ TEST(FileTimes, WithoutTheFirstTextNothingIsFormatted)
 TEST(FileTimes, TimesAndTextsMayBeLeftOut)
 {
     FILETIME time = FromLocal(kFifthOfMarch);
-    FILETIME noTime = FileTimeOf(std::uint64_t{1} << 63);
+    FILETIME noTime = NoTime();
     Texts c;
     Texts w;
     EXPECT_TRUE(xelGetFileTimeFormatted(nullptr, nullptr, &time, &c.date, &c.clock, &w.date,
@@ -175,8 +162,9 @@ TEST(FileTimes, OfAFile)
     std::filesystem::last_write_time(folder.HostPath("file"),
                                      std::chrono::file_clock::from_sys(written));
 
-    // 2 January 1999, 03:00:00.1234567
-    constexpr std::uint64_t kWritten = 125'597'196'001'234'567;
+    // 2 January 1999, 03:00:00.1234567; the C++ library of Windows sets whole seconds.
+    constexpr std::uint64_t kWritten =
+        OnHost<std::uint64_t>(125'597'196'001'234'567, 125'597'196'000'000'000);
     FILETIME creation{};
     FILETIME access{};
     FILETIME write{};

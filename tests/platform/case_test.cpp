@@ -1,9 +1,11 @@
 #include <cstddef>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/mman.h>
 
+#include "support/host_memory.h"
+#include "support/target.h"
 #include "xelutils/platform/coredll.h"
+#include "xelutils/platform/posix/case_tables.h"
 #include "xelutils/platform/posix/wide_length.h"
 
 namespace {
@@ -20,14 +22,13 @@ public:
 
     explicit TextAtPageEnd(const std::u16string& text)
     {
-        m_pages = static_cast<char*>(
-            mmap(nullptr, 2 * kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(m_pages + kPage, kPage, PROT_NONE);
+        m_pages = static_cast<char*>(MapMemory(nullptr, 2 * kPage));
+        ForbidMemory(m_pages + kPage, kPage);
         m_text = reinterpret_cast<wchar_t*>(m_pages + kPage) - text.size() - 1;
         text.copy(reinterpret_cast<char16_t*>(m_text), text.size());
         m_text[text.size()] = 0;
     }
-    ~TextAtPageEnd() { munmap(m_pages, 2 * kPage); }
+    ~TextAtPageEnd() { UnmapMemory(m_pages, 2 * kPage); }
     TextAtPageEnd(const TextAtPageEnd&) = delete;
     TextAtPageEnd& operator=(const TextAtPageEnd&) = delete;
 
@@ -44,14 +45,15 @@ private:
 // letter, and what is no unit of UTF-16 has no class.
 TEST(CharacterClasses, FollowUnicode)
 {
+    constexpr int kTitle = OnHost(0x100, 0x103), kOrdinal = OnHost(0x100, 0x102);
     const struct {
         int c, classes;
     } rows[] = {
-        {0xE9, 0x102},   {'A', 0x101},  {0x3000, 8}, {0xB2, 4},   {'7', 4},  {9, 8},
-        {0x4E2D, 0x100}, {'z', 0x102},  {0x2028, 8}, {0x663, 4},  {0x85, 8}, {8, 0},
-        {0x1C5, 0x100},  {0xDF, 0x102}, {0x20AC, 0}, {0xBD, 0},   {'_', 0},  {14, 0},
-        {0x2167, 0x100}, {0xAA, 0x100}, {0xD800, 0}, {0xA0, 8},   {0xD7, 0}, {0, 0},
-        {0xFFA0, 0x100}, {0x10041, 0},  {0xDFFF, 0}, {0xFFFF, 0}, {0xA7, 0}, {-1, 0},
+        {0xE9, 0x102},   {'A', 0x101},     {0x3000, 8}, {0xB2, 4},   {'7', 4},  {9, 8},
+        {0x4E2D, 0x100}, {'z', 0x102},     {0x2028, 8}, {0x663, 4},  {0x85, 8}, {8, 0},
+        {0x1C5, kTitle}, {0xDF, 0x102},    {0x20AC, 0}, {0xBD, 0},   {'_', 0},  {14, 0},
+        {0x2167, 0x100}, {0xAA, kOrdinal}, {0xD800, 0}, {0xA0, 8},   {0xD7, 0}, {0, 0},
+        {0xFFA0, 0x100}, {0x10041, 0},     {0xDFFF, 0}, {0xFFFF, 0}, {0xA7, 0}, {-1, 0},
     };
     constexpr int kAllClasses = _ALPHA | _DIGIT | _SPACE;
     for (const auto& row : rows) {
@@ -71,8 +73,9 @@ TEST(Case, PairsOfUnicode)
         {u"@AZ[`az{", u"@AZ[`AZ{", u"@az[`az{"},
         {u"\u00E9\u00C9\u00F7\u00D7\u00FF", u"\u00C9\u00C9\u00F7\u00D7\u0178",
          u"\u00E9\u00E9\u00F7\u00D7\u00FF"},
-        {u"\u03C3\u03C2\u03A3", u"\u03A3\u03A3\u03A3", u"\u03C3\u03C2\u03C3"},
-        {u"\u01C5", u"\u01C4", u"\u01C6"},
+        {u"\u03C3\u03C2\u03A3", OnHost(u"\u03A3\u03A3\u03A3", u"\u03A3\u03C2\u03A3"),
+         u"\u03C3\u03C2\u03C3"},
+        {u"\u01C5", OnHost(u"\u01C4", u"\u01C5"), OnHost(u"\u01C6", u"\u01C5")},
         {u"\uFF21\uFF5A", u"\uFF21\uFF3A", u"\uFF41\uFF5A"},
         {u"\u0130\u0131\u017F\u212A\u00B5\u00DF", u"\u0130\u0131\u017F\u212A\u00B5\u00DF",
          u"\u0130\u0131\u017F\u212A\u00B5\u00DF"},
@@ -94,6 +97,26 @@ TEST(Case, PairsOfUnicode)
     std::u16string wide = u"abc";
     _wcsrev(reinterpret_cast<wchar_t*>(wide.data()));
     EXPECT_EQ(wide, u"cba");
+}
+
+// Desktop Windows pairs only what goes both ways: titles of letters, symbols made of them and the
+// large sharp s stay.
+TEST(Case, TablesAndCallsAgreeOverTheWholePlane)
+{
+    int upper = 0, lower = 0, folded = 0;
+    for (unsigned unit = 1; unit < 0x10000; ++unit) {
+        const auto own = static_cast<wchar_t>(unit);
+        wchar_t text[] = {own, 0};
+        upper += _wcsupr(text)[0] != UpperCase(own);
+        text[0] = own;
+        lower += _wcslwr(text)[0] != LowerCase(own);
+        const wchar_t other[] = {FoldCase(own), 0};
+        text[0] = own;
+        folded += _wcsicmp(text, other) != 0;
+    }
+    EXPECT_EQ(upper, OnHost(0, 24));
+    EXPECT_EQ(lower, OnHost(0, 8));
+    EXPECT_EQ(folded, OnHost(0, 8));
 }
 
 // "Z" before "_" would be by capitals; "@" and "`" differ by the bit of the case.

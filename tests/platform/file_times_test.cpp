@@ -22,16 +22,3 @@ TEST(FileTimes, FromHost)
             << row.seconds;
     }
 }
-
-TEST(FileTimes, ComparedAsWholes)
-{
-    const struct {
-        FILETIME first, second;
-        LONG order;
-    } rows[] = {
-        {{5, 1}, {5, 1}, 0},           {{4, 1}, {5, 1}, -1}, {{6, 1}, {5, 1}, 1},
-        {{0xFFFFFFFF, 1}, {0, 2}, -1}, {{0, 2}, {9, 1}, 1},  {{0, 0x80000000}, {0, 1}, 1},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(CompareFileTime(&row.first, &row.second), row.order);
-}

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "support/registry_fixture.h"
+#include "support/target.h"
 #include "xelutils/platform/coredll.h"
 
 namespace {
@@ -47,8 +48,8 @@ DWORD EnumValue(HKEY key, DWORD index, wchar_t* name, DWORD* length)
 
 TEST(Registry, GivesDataAsFarAsTheBufferGoes)
 {
-    const TestRegistry registry(
-        "\"gone\"=hex:\n\"text\"=\"ab\"\n\"gone\"=-\n\"odd\"=hex(1):61,00,62\n@=dword:1\n");
+    const TestRegistry registry("\"gone\"=hex:\n\"text\"=\"ab\"\n\"gone\"=-\n@=dword:1\n");
+    registry.StoreText("odd", {"a\0b", 3});
     const HKEY key = Open(kTestSubKey);
     const struct {
         const char* rule;
@@ -89,14 +90,17 @@ TEST(Registry, ListsNamesAsFarAsTheBufferGoes)
 {
     const TestRegistry registry("\"abc\"=hex:07\n@=hex:\n[" + std::string(kTestKey) + "\\abc]\n");
     const HKEY key = Open(kTestSubKey);
+    // Desktop Windows sorts values.
+    constexpr DWORD kNamed = OnHost<DWORD>(0, 1);
     wchar_t name[6] = L"#####";
     DWORD length = 3;
     for (const auto enumName : {EnumKey, EnumValue}) {
+        const DWORD index = enumName == EnumKey ? 0 : kNamed;
         length = 3;
-        EXPECT_EQ(enumName(key, 0, name, &length), ERROR_MORE_DATA);
+        EXPECT_EQ(enumName(key, index, name, &length), ERROR_MORE_DATA);
         EXPECT_EQ(std::u16string(name, name + 5), u"#####");
         length = 4;
-        EXPECT_EQ(enumName(key, 0, name, &length), ERROR_SUCCESS);
+        EXPECT_EQ(enumName(key, index, name, &length), ERROR_SUCCESS);
         EXPECT_EQ(length, 3u);
         EXPECT_EQ(std::u16string(name, name + 5), std::u16string(u"abc\0#", 5));
         length = 4;
@@ -104,14 +108,14 @@ TEST(Registry, ListsNamesAsFarAsTheBufferGoes)
         std::fill_n(name, 5, L'#');
     }
     length = 1;
-    EXPECT_EQ(EnumValue(key, 1, name, &length), ERROR_SUCCESS) << "the default value";
+    EXPECT_EQ(EnumValue(key, 1 - kNamed, name, &length), ERROR_SUCCESS) << "the default value";
     EXPECT_EQ(length, 0u);
 
     length = 4;
     DWORD type = 0;
     BYTE data[2] = {0, 8};
     DWORD size = 1;
-    EXPECT_EQ(RegEnumValueW(key, 0, name, &length, nullptr, &type, data, &size), 0);
+    EXPECT_EQ(RegEnumValueW(key, kNamed, name, &length, nullptr, &type, data, &size), 0);
     EXPECT_EQ(type, REG_BINARY);
     EXPECT_EQ(size, 1u);
     EXPECT_EQ(data[0] << 8 | data[1], 0x708);
@@ -149,10 +153,13 @@ TEST(Registry, OpensAndCloses)
         EXPECT_EQ(EnumKey(bad, 0, name, &length), ERROR_INVALID_HANDLE);
         EXPECT_EQ(EnumValue(bad, 0, name, &length), ERROR_INVALID_HANDLE);
         EXPECT_EQ(Query(bad, nullptr, nullptr, nullptr, &length), ERROR_INVALID_HANDLE);
-        EXPECT_EQ(static_cast<DWORD>(RegCloseKey(bad)), ERROR_INVALID_HANDLE);
     }
+    EXPECT_EQ(static_cast<DWORD>(RegCloseKey(closed)), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(static_cast<DWORD>(RegCloseKey(nullptr)), ERROR_INVALID_HANDLE);
     EXPECT_EQ(GetLastError(), 77u);
-    EXPECT_FALSE(CloseHandle(above));
-    EXPECT_EQ(RegCloseKey(above), 0);
-    EXPECT_TRUE(CloseHandle(file));
+    // Each kind has a call of its own; on desktop Windows either closes both.
+    EXPECT_EQ(RegCloseKey(static_cast<HKEY>(file)) == 0, kOnWindows);
+    EXPECT_EQ(CloseHandle(above) != FALSE, kOnWindows);
+    EXPECT_EQ(RegCloseKey(above) == 0, !kOnWindows);
+    EXPECT_EQ(CloseHandle(file) != FALSE, !kOnWindows);
 }

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,17 @@ public:
     {
         m_folder.Write("new.reg", text);
         std::filesystem::rename(m_folder.HostPath("new.reg"), FileName());
+    }
+    // A text of the test's key with bytes that no file of an export would have.
+    void StoreText(const std::string& name, std::string_view bytes) const
+    {
+        std::string line = "\"" + name + "\"=hex(1):";
+        for (const char byte : bytes) {
+            constexpr char kDigits[] = "0123456789abcdef";
+            const auto value = static_cast<unsigned char>(byte);
+            line += {kDigits[value >> 4], kDigits[value & 15], ','};
+        }
+        std::ofstream(FileName(), std::ios::app) << "[" << kTestKey << "]\r\n" << line << "\r\n";
     }
     std::string FileName() const { return m_folder.HostPath("test.reg"); }
     const TestFolder& Folder() const { return m_folder; }

@@ -34,6 +34,17 @@ public:
         if (std::system(command.c_str()) != 0)
             throw "the text cannot be imported";
     }
+    // A text of the test's key with bytes that an import would complete.
+    void StoreText(const std::string& name, std::string_view bytes) const
+    {
+        HKEY key;
+        RegCreateKeyExW(HKEY_CURRENT_USER, kTestSubKey, 0, nullptr, 0, KEY_WRITE, nullptr, &key,
+                        nullptr);
+        RegSetValueExW(key, xel_text::FromUtf8(name), 0, REG_SZ,
+                       reinterpret_cast<const BYTE*>(bytes.data()),
+                       static_cast<DWORD>(bytes.size()));
+        RegCloseKey(key);
+    }
     const TestFolder& Folder() const { return m_folder; }
 
 private:

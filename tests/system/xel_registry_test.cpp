@@ -3,6 +3,7 @@
 #include <string>
 
 #include "support/registry_fixture.h"
+#include "support/target.h"
 #include "xelutils/system/xel_registry.h"
 
 using namespace xel_registry;
@@ -35,7 +36,7 @@ TEST(XelRegistry, ListsSectionsAndEntries)
     EXPECT_EQ(names.size(), 2u);
     EXPECT_NE(Joined(names).find("[B]"), std::string::npos);
     EXPECT_TRUE(EnumEntries(HKEY_CURRENT_USER, kTestSubKey, names));
-    EXPECT_EQ(Joined(names), "[c][b][]");
+    EXPECT_EQ(Joined(names), OnHost("[c][b][]", "[][b][c]")) << "desktop Windows sorts them";
 
     const Wide sub = Wide(kTestSubKey) + L"\\" + Wide(L'A', 200);
     EXPECT_TRUE(EnumSections(HKEY_CURRENT_USER, sub, names)) << "without sub-keys";
@@ -52,12 +53,18 @@ TEST(XelRegistry, ListsSectionsAndEntries)
 
 TEST(XelRegistry, LongNameEndsTheListEarly)
 {
-    const std::string longest(255, 'n');
+    const std::string longest(255, 'n'), key = kTestKey;
+    // No key has so long a name on desktop Windows.
+    const std::string longKey = OnHost("[" + key + "\\z" + longest + "]\n", std::string());
     const TestRegistry registry("\"" + longest + "\"=\"\"\n\"b" + longest +
-                                "\"=\"\"\n\"behind\"=\"\"\n");
+                                "\"=\"\"\n\"behind\"=\"\"\n[" + key + "\\a" + longest.substr(1) +
+                                "]\n" + longKey + "[" + key + "\\z]\n");
     StringVector names;
     EXPECT_TRUE(EnumEntries(HKEY_CURRENT_USER, kTestSubKey, names));
-    EXPECT_EQ(Joined(names), "[" + longest + "]");
+    // Sorted, the long one is the last but one.
+    EXPECT_EQ(Joined(names), OnHost("[" + longest + "]", std::string("[behind]")));
+    EXPECT_TRUE(EnumSections(HKEY_CURRENT_USER, kTestSubKey, names));
+    EXPECT_EQ(Joined(names), "[a" + longest.substr(1) + OnHost("]", "][z]"));
 }
 
 TEST(XelRegistry, ReadsTextOfValues)
@@ -70,11 +77,11 @@ TEST(XelRegistry, ReadsTextOfValues)
 "number"=dword:00420041
 "wide number"=hex(b):41,00,42,00,43,00,44,00
 "zeros"=hex(1):61,00,00,00,62,00,00,00
-"odd"=hex(1):61,00,62
 "byte"=hex:61
 "nothing"=hex(1):
-"unterminated"=hex(1):61,00,62,00
 )");
+    registry.StoreText("odd", {"a\0b", 3});
+    registry.StoreText("unterminated", {"a\0b\0", 4});
     const struct {
         const wchar_t* name;
         bool isText;

@@ -1,5 +1,4 @@
-#include <cstdlib>
-
+#include "support/system_page.h"
 #include "text/string_states.h"
 
 using namespace string_tests;
@@ -110,7 +109,7 @@ TEST(StringConvertDeathTest, DoubleByteTextIsCutAtTheCapacity)
 {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const auto convert = [] {
-        setenv("XEL_ACP", "932", 1);
+        NameSystemPage("932");
         // U+3042 is 82 A0.
         const Row<char> rows[] = {
             {"fits", Sole, "zzzzzz", "=<82><A0>/6 x1", [](Narrow& s) { s = L"\x3042"; }},

@@ -51,6 +51,8 @@ _locale_t DeviceLocale();
 template <class... Outputs>
 int ScanWide(const wchar_t* text, const wchar_t* format, Outputs*... outputs)
 {
+    if (text == nullptr || format == nullptr)
+        return text == nullptr ? EOF : 0;
     return _swscanf_l(text, format, DeviceLocale(), outputs...);
 }
 

@@ -4,8 +4,6 @@
 
 #include "xelutils/platform/windows/device_calls.h"
 
-#undef _vsnprintf
-#undef _vsnwprintf
 #undef swscanf
 #undef _isctype
 #undef iswctype
@@ -16,11 +14,6 @@
 #undef SysReAllocStringLen
 #undef GetProcAddressW
 
-// In the run-time, but not in the headers or not in all of them.
-extern "C" {
-__declspec(dllimport) int _vsnprintf_l(char*, std::size_t, const char*, _locale_t, va_list);
-}
-
 namespace device_calls {
 
 _locale_t DeviceLocale()
@@ -29,19 +22,11 @@ _locale_t DeviceLocale()
     return s_locale;
 }
 
-int FormatNarrow(char* buffer, SIZE_T count, const char* format, va_list arguments)
-{
-    return _vsnprintf_l(buffer, count, format, DeviceLocale(), arguments);
-}
-
-int FormatWide(wchar_t* buffer, SIZE_T count, const wchar_t* format, va_list arguments)
-{
-    return _vsnwprintf_l(buffer, count, format, DeviceLocale(), arguments);
-}
-
 int IsClass(int c, int mask)
 {
     const auto unit = static_cast<wchar_t>(c);
+    if (unit != c)
+        return 0;
     WORD classes = 0;
     return GetStringTypeW(CT_CTYPE1, &unit, 1, &classes) ? classes & mask : 0;
 }
