@@ -1,14 +1,15 @@
 # What does not run on Windows, and why. docs/platforms.md says the same for people.
 
-# How POSIX plays the device: paths below a root folder, modes, locks, mounts, environment.
-foreach(stem code_pages copy debug_output device_root file_mapping file_times files find folders
-             module_name path_lookup paths registry_file storage_cards time virtual_memory window
-             case libraries processes)
+# How POSIX plays the device: paths below a root folder, modes, odd names, locks, mounts, standard
+# error, environment.
+list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/.*_posix_test.cpp$")
+foreach(stem code_pages debug_output device_root file_times paths registry_file storage_cards time
+             virtual_memory window case libraries processes)
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/platform/${stem}_test.cpp$")
 endforeach()
 
 # Programs are run by a POSIX shell, with its environment and its signals.
-foreach(test logging/xel_logging module/module system/library_funcs files/directory_trees_limits)
+foreach(test logging/xel_logging module/module system/library_funcs)
     list(FILTER TEST_SOURCES EXCLUDE REGEX "/tests/${test}_test.cpp$")
 endforeach()
 
@@ -20,33 +21,6 @@ endforeach()
 
 # Single tests, by what they meet.
 set(not_on_windows
-    # Links cannot be made: the C++ library has no such call there, nor has Wine.
-    CopyDirectoryTest.EveryKindOfEntry
-    CopyDirectoryTest.IntoItselfCopiesWhatWasThere
-    CopyDirectoryTest.IntoWhatIsThere
-    CopyDirectoryTest.LinksAsArgumentsAndInTheWay
-    CopyFromTo.Rules
-    CreateDirectoryTree.Rules
-    FileQueries.WhatExists
-    FindAllFilesInFolder.Rules
-    FindFileInDirTree.LinksAreNotFollowed
-    RemoveDirectoryTree.EveryKindOfEntryAndNothingBehindLinks
-    RemoveDirectoryTree.WhatIsNoTree
-    TreeWalk.FolderThatTurnsIntoALinkIsNotEntered
-    # A listing has "." and ".." too.
-    CopyDirectoryTest.Results
-    CountFiles.*
-    FindAllFilesInFolder.WholeRecordsInTheOrderOfTheListing
-    RemoveDirectoryTree.EndsAtTheFirstEntryThatFails
-    TreeWalk.EachEntryOnceWhileTheTreeChanges
-    # The host's separators, its order of listing, its steps of time and its longest path.
-    CopyDirectoryTest.DeepTrees
-    CopyDirectoryTest.TenThousandFilesInOneFolder
-    CopyFromToCheckDate.*
-    CreateDir.MakesWhatIsMissing
-    CreateDirectoryTree.FromTheTopDownToTheFirstFailure
-    CreateDirectoryTree.OddPathsHaveAPlainResult
-    FindFileInDirTree.FirstInTheOrderOfTheListingWins
     # The run-time formats and scans odd cases in another way.
     Format.CharactersOfTheOtherWidthGoThroughTheCodePage
     Format.FlagsWidthAndPrecisionOfIntegers
