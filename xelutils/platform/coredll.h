@@ -105,6 +105,9 @@ constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
 // devices are not even opened. Security and template are ignored. A file opened for writing
 // without FILE_SHARE_WRITE is locked against other such writers before it is truncated
 // (ERROR_SHARING_VIOLATION for the second one); readers are always let in.
+//
+// After success with CREATE_ALWAYS or OPEN_ALWAYS the last error tells whether the file was there:
+// ERROR_ALREADY_EXISTS, or ERROR_SUCCESS.
 HANDLE CreateFileW(const wchar_t* name, DWORD access, DWORD share, void* security, DWORD creation,
                    DWORD attributes, HANDLE templateFile);
 

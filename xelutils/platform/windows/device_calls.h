@@ -37,6 +37,9 @@ void GetMemoryStatus(MemoryStatus* status);
 HANDLE MapFile(HANDLE file, SECURITY_ATTRIBUTES* security, DWORD protect, DWORD sizeHigh,
                DWORD sizeLow, const wchar_t* name);
 
+// A link to a folder goes itself, or stays; what it leads to is never removed in its place.
+BOOL RemoveFolder(const wchar_t* path);
+
 // ---- Text ---------------------------------------------------------------------------------
 //
 // The run-time's own functions heed the locale of the program; these have one of their own, with
@@ -90,6 +93,7 @@ BOOL StartProcess(const wchar_t* program, wchar_t* arguments, SECURITY_ATTRIBUTE
 #define MEMORYSTATUS device_calls::MemoryStatus
 #define GlobalMemoryStatus device_calls::GetMemoryStatus
 #define CreateFileMappingW device_calls::MapFile
+#define RemoveDirectoryW device_calls::RemoveFolder
 #define _vsnprintf device_calls::FormatNarrow
 #define _vsnwprintf device_calls::FormatWide
 #define swscanf device_calls::ScanWide
