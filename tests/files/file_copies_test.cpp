@@ -1,8 +1,9 @@
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include "support/file_times.h"
+#include "support/read_only.h"
 #include "support/test_folder.h"
 #include "xelutils/files/file_funcs_ex.h"
 
@@ -12,6 +13,9 @@ namespace {
 
 using String = CXelStringT<wchar_t>;
 namespace fs = std::filesystem;
+
+// A time with steps of 100 ns.
+constexpr std::uint64_t kWritten = 133541212201234567;
 
 // Empty for what is no file.
 std::string ReadFile(const TestFolder& folder, const char* name)
@@ -65,6 +69,7 @@ TEST(GetPathSize, WhatIsNoFileHasNone)
 
 TEST(CopyFromTo, Rules)
 {
+    const bool isHeeded = IsReadOnlyHeeded();
     const struct {
         const char* rule;
         const char* from;
@@ -78,17 +83,17 @@ TEST(CopyFromTo, Rules)
         {"any number is true", "new", "old", -2, 1, "new"},
         {"made", "new", "made", 0, 1, "new"},
         {"made", "new", "made", 1, 1, "new"},
-        {"kept in other case", "new", "OLD", 0, 1, ""},
+        {"kept in other case", "new", "OLD", 0, 1, OnHost("", "old")},
         {"source not asked for", "missing", "old", 0, 1, "old"},
         {"source missing", "missing", "old", 1, 0, "old"},
         {"source missing", "missing", "made", 0, 0, ""},
         {"folder kept", "new", "dir", 0, 1, ""},
         {"folder not replaced", "new", "dir", 1, 0, ""},
-        {"read-only not replaced", "new", "fixed", 1, 0, "fixed"},
-        {"a link leads nowhere, but is there", "new", "dangling", 0, 1, ""},
+        {"read-only not replaced", "new", "fixed", 1, isHeeded ? 0 : 1, isHeeded ? "fixed" : "new"},
+        {"a link leads nowhere, but is there", "new", "dangling", 0, 1, OnHost("", "new")},
         {"itself", "old", "old", 1, 0, "old"},
-        {"itself in other case", "old", "Old", 1, 0, ""},
-        {"itself through a link", "link", "old", 1, 0, "old"},
+        {"itself in other case", "old", "Old", 1, 0, OnHost("", "old")},
+        {"itself through a link", "here/old", "old", 1, 0, "old"},
     };
     for (const auto& row : rows) {
         const TestFolder folder;
@@ -96,20 +101,20 @@ TEST(CopyFromTo, Rules)
             folder.Write(name, name);
         fs::permissions(folder.HostPath("fixed"), fs::perms::owner_read);
         fs::create_directory(folder.HostPath("dir"));
-        fs::create_symlink("nowhere", folder.HostPath("dangling"));
-        fs::create_symlink("old", folder.HostPath("link"));
+        MakeFileLink("nowhere", folder.HostPath("dangling"));
+        MakeFolderLink(".", folder.HostPath("here"));
         EXPECT_EQ(CopyFromTo(folder.Path(row.from), folder.Path(row.to), row.overwrite), row.result)
             << row.rule;
         EXPECT_EQ(ReadFile(folder, row.to), row.target) << row.rule;
         EXPECT_EQ(folder.Read("new"), "new") << row.rule;
-        EXPECT_EQ(fs::exists(folder.HostPath("OLD")), false) << row.rule;
+        EXPECT_EQ(fs::exists(folder.HostPath("OLD")), kOnWindows) << row.rule;
         EXPECT_EQ(fs::exists(folder.HostPath("nowhere")), false) << row.rule;
     }
 }
 
 TEST(CopyFromToCheckDate, OnlyWhatWasWrittenLater)
 {
-    using Steps = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+    const bool isHeeded = IsReadOnlyHeeded();
     const struct {
         const char* rule;
         const char* from;
@@ -128,17 +133,18 @@ TEST(CopyFromToCheckDate, OnlyWhatWasWrittenLater)
         {"both missing", "missing", 0, "made", 0, ""},
         {"time of the target not to be had", "new", 1, "dir", 1, ""},
         {"time of the source not to be had", "dir", 0, "old", 1, "old"},
-        {"later, but the target is read-only", "new", 1, "fixed", 0, "fixed"},
+        {"later, but the target is read-only", "new", 1, "fixed", isHeeded ? 0 : 1,
+         isHeeded ? "fixed" : "new"},
         {"equal to a read-only target", "new", 0, "fixed", 1, "fixed"},
     };
-    const fs::file_time_type written = fs::file_time_type::clock::now() - std::chrono::hours(1);
     for (const auto& row : rows) {
         const TestFolder folder;
         for (const char* const name : {"new", "old", "fixed"}) {
             folder.Write(name, name);
-            fs::last_write_time(folder.HostPath(name), written);
+            SetTimes(folder.HostPath(name), kWritten, kWritten);
         }
-        fs::last_write_time(folder.HostPath("new"), written + Steps(row.later));
+        SetTimes(folder.HostPath("new"), kWritten,
+                 kWritten + static_cast<std::uint64_t>(row.later));
         fs::permissions(folder.HostPath("fixed"), fs::perms::owner_read);
         fs::create_directory(folder.HostPath("dir"));
         EXPECT_EQ(CopyFromToCheckDate(folder.Path(row.from), folder.Path(row.to)), row.result)
@@ -151,11 +157,12 @@ TEST(CopyFromToCheckDate, ACopyIsNotEarlierThanItsSource)
 {
     const TestFolder folder;
     const String from = folder.Write("from", "content");
+    SetTimes(folder.HostPath("from"), kWritten, kWritten);
     EXPECT_EQ(CopyFromToCheckDate(from, folder.Path("to")), 1);
-    folder.Write("to", "changed");
-    fs::last_write_time(folder.HostPath("to"), fs::last_write_time(folder.HostPath("from")));
-    EXPECT_EQ(CopyFromToCheckDate(from, folder.Path("to")), 1);
-    EXPECT_EQ(folder.Read("to"), "changed");
+    WIN32_FIND_DATAW copy;
+    EXPECT_TRUE(FindClose(FindFirstFileW(folder.Path("to"), &copy)));
+    const FILETIME& time = copy.ftLastWriteTime;
+    EXPECT_EQ(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime, kWritten);
 }
 
 TEST(FileCopies, NullCopiesNothing)

@@ -2,7 +2,9 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include "support/target.h"
 #include "support/test_folder.h"
+#include "support/working_directory.h"
 #include "xelutils/files/file_funcs.h"
 
 using namespace FileFuncs;
@@ -11,16 +13,6 @@ namespace {
 
 using String = CXelStringT<wchar_t>;
 namespace fs = std::filesystem;
-
-// The working directory while it lives.
-class WorkingDirectory {
-public:
-    explicit WorkingDirectory(const std::string& path) { fs::current_path(path); }
-    ~WorkingDirectory() { fs::current_path(m_before); }
-
-private:
-    const fs::path m_before = fs::current_path();
-};
 
 bool IsFolder(const TestFolder& folder, const char* name)
 {
@@ -34,7 +26,7 @@ TEST(FileQueries, WhatExists)
     const TestFolder folder;
     folder.Write("File.txt", "");
     fs::create_directory(folder.HostPath("Dir"));
-    fs::create_directory_symlink(folder.HostPath("Dir"), folder.HostPath("link"));
+    MakeFolderLink(folder.HostPath("Dir"), folder.HostPath("link"));
     const struct {
         const char* rule;
         String path;
@@ -74,7 +66,8 @@ TEST(CreateDir, MakesWhatIsMissing)
         {L"\\A\\B\\C\\", true, "A/B/C"},
         {L"\\A\\B\\C\\D", true, "A/B/C/D"},
         {L"\\E", true, "E"},
-        {L"\\F\\\\G", true, "F/G"},
+        // "F\" is made, but is not listed by that name on desktop Windows.
+        {L"\\F\\\\G", !kOnWindows, OnHost("F/G", "F")},
         {L"\\H\\\\", true, "H"},
         {L"\\a\\b2", true, "A/b2"},
         // Only "\" leads to the folder above.
@@ -90,7 +83,8 @@ TEST(CreateDir, MakesWhatIsMissing)
         }
     }
     EXPECT_FALSE(fs::exists(folder.HostPath("I")));
-    EXPECT_FALSE(fs::exists(folder.HostPath("a")));
+    for (const auto& entry : fs::directory_iterator(folder.HostPath("")))
+        EXPECT_NE(entry.path().filename().string(), "a");
     EXPECT_EQ(folder.Read("file"), "x");
 }
 

@@ -7,16 +7,25 @@
 #include <map>
 #include <string>
 
+#include "support/links.h"
+#include "support/target.h"
+
+// In one folder. Wine looks through it for each name.
+constexpr int kManyFiles = OnHost(10000, 500);
+
 // What stands below `top`, by name: kind, permissions, time of the last write of what is no folder,
 // and content or where a link leads. Links are not followed.
 inline std::map<std::string, std::string> PictureOf(const std::string& top)
 {
     namespace fs = std::filesystem;
     std::map<std::string, std::string> picture;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(top)) {
-        std::string& text = picture[entry.path().lexically_relative(top).string()];
-        if (entry.is_symlink()) {
-            text = "link " + fs::read_symlink(entry.path()).string();
+    for (fs::recursive_directory_iterator i(top); i != fs::recursive_directory_iterator(); ++i) {
+        const fs::directory_entry& entry = *i;
+        const std::string path = entry.path().generic_string();
+        std::string& text = picture[entry.path().lexically_relative(top).generic_string()];
+        if (IsLinkThere(path)) {
+            i.disable_recursion_pending();
+            text = "link " + TargetOfLink(path);
         } else if (entry.is_directory()) {
             text = "folder";
         } else {

@@ -1,26 +1,10 @@
-#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 
+#include "platform/mapping.h"
+#include "support/target.h"
 #include "support/test_folder.h"
-#include "xelutils/platform/coredll.h"
-
-namespace {
-
-HANDLE OpenForMapping(const wchar_t* name)
-{
-    return CreateFileForMappingW(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                 FILE_ATTRIBUTE_NORMAL, nullptr);
-}
-
-HANDLE Map(HANDLE file)
-{
-    return CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
-}
-
-} // namespace
 
 TEST(FileMapping, HoldsTheFileAndFourZeros)
 {
@@ -44,26 +28,6 @@ TEST(FileMapping, HoldsTheFileAndFourZeros)
     EXPECT_FALSE(UnmapViewOfFile(nullptr));
 }
 
-TEST(FileMapping, PictureAndSizeStayWhenTheFileChanges)
-{
-    const TestFolder folder;
-    const HANDLE file = OpenForMapping(folder.Write("a", std::string(10000, 'x')));
-    const HANDLE mapping = Map(file);
-    const auto* const early =
-        static_cast<const char*>(MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
-    ASSERT_EQ(truncate(folder.HostPath("a").c_str(), 3), 0);
-    const auto* const late =
-        static_cast<const char*>(MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
-    ASSERT_EQ(truncate(folder.HostPath("a").c_str(), 20000), 0);
-    EXPECT_EQ(std::string_view(early, 10000), std::string(10000, 'x'));
-    EXPECT_EQ(std::string_view(late, 10004), "xxx" + std::string(10001, '\0'));
-    EXPECT_EQ(GetFileSize(file, nullptr), 10000u);
-    EXPECT_TRUE(UnmapViewOfFile(early));
-    EXPECT_TRUE(UnmapViewOfFile(late));
-    CloseHandle(mapping);
-    CloseHandle(file);
-}
-
 TEST(FileMapping, Refusals)
 {
     const TestFolder folder;
@@ -77,14 +41,16 @@ TEST(FileMapping, Refusals)
 
     const HANDLE plain = CreateFileW(folder.Write("a", "x"), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                      OPEN_EXISTING, 0, nullptr);
-    EXPECT_EQ(Map(plain), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    // The system's own files can be mapped as they are.
+    const HANDLE mapped = Map(plain);
+    EXPECT_EQ(mapped != nullptr, kOnWindows);
+    EXPECT_EQ(CloseHandle(mapped), kOnWindows);
     EXPECT_EQ(MapViewOfFile(plain, FILE_MAP_READ, 0, 0, 0), nullptr);
     CloseHandle(plain);
     EXPECT_EQ(Map(INVALID_HANDLE_VALUE), nullptr);
 
     const HANDLE file = OpenForMapping(folder.Path("a"));
     EXPECT_EQ(CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(GetLastError(), OnHost(ERROR_INVALID_PARAMETER, ERROR_ACCESS_DENIED));
     CloseHandle(file);
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "support/links.h"
 #include "xelutils/text/xel_string.h"
 #include "xelutils/text/xel_utf.h"
 
@@ -22,13 +23,23 @@ public:
     }
     ~TestFolder()
     {
-        std::error_code ignored; // a folder that stays behind spoils no test
-        std::filesystem::remove_all(m_path, ignored);
+        namespace fs = std::filesystem;
+        RemoveLinksBelow(HostPath(""));
+        std::error_code error; // a folder that stays behind spoils no test
+        fs::remove_all(m_path, error);
+        if (!error)
+            return;
+        // Some hosts keep what is read-only.
+        fs::recursive_directory_iterator entry(m_path, error);
+        for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error))
+            fs::permissions(entry->path(), fs::perms::owner_all, error);
+        fs::remove_all(m_path, error);
     }
     TestFolder(const TestFolder&) = delete;
     TestFolder& operator=(const TestFolder&) = delete;
 
-    std::string HostPath(const std::string& name) const { return (m_path / name).string(); }
+    // With the separators that all hosts know.
+    std::string HostPath(const std::string& name) const { return (m_path / name).generic_string(); }
 
     // The device path of a file in the folder.
     xel_text::CXelStringT<wchar_t> Path(const std::string& name) const

@@ -1,4 +1,5 @@
 #include "xelutils/files/file_funcs_ex.h"
+#include "xelutils/files/internal/entry_paths.h"
 #include "xelutils/files/internal/tree_walk.h"
 
 namespace FileFuncsEx {
@@ -89,7 +90,7 @@ private:
 bool MakeTarget(const wchar_t* folder)
 {
     WIN32_FIND_DATAW entry;
-    const HANDLE listing = FindFirstFileW(folder, &entry);
+    const HANDLE listing = FindFirstFileW(WithoutClosingSeparators(folder), &entry);
     if (listing == INVALID_HANDLE_VALUE) {
         CreateDirectoryW(folder, nullptr);
         return true;

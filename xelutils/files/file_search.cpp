@@ -1,4 +1,5 @@
 #include "xelutils/files/file_funcs.h"
+#include "xelutils/files/internal/entry_paths.h"
 #include "xelutils/files/internal/tree_walk.h"
 #include "xelutils/formats/xel_array.h"
 
@@ -28,7 +29,8 @@ public:
 
     bool Run(CXelStringT<wchar_t>& found)
     {
-        if (FileFuncsEx::IsLink(GetFileAttributesW(m_folder)))
+        if (FileFuncsEx::IsLink(
+                GetFileAttributesW(FileFuncsEx::WithoutClosingSeparators(m_folder))))
             return false;
         bool hasEntry = Enter();
         while (!m_levels.empty()) {

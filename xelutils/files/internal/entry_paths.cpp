@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "xelutils/text/xel_string.h"
-
 namespace FileFuncsEx {
 
 namespace {
@@ -16,6 +14,16 @@ constexpr wchar_t kHostFolder[] = L".host";
 bool IsSeparator(wchar_t unit)
 {
     return unit == '\\' || unit == '/';
+}
+
+xel_text::CXelStringT<wchar_t> WithoutClosingSeparators(xel_text::CXelStringT<wchar_t> path)
+{
+    int length = path.GetLength();
+    while (length > 1 && IsSeparator(path[length - 1]) && path[length - 2] != ':')
+        --length;
+    if (length < path.GetLength())
+        path.Truncate(length);
+    return path;
 }
 
 bool Exists(const wchar_t* path)

@@ -1,5 +1,7 @@
 #include "xelutils/files/internal/tree_walk.h"
 
+#include "xelutils/files/internal/entry_paths.h"
+
 namespace FileFuncsEx {
 
 CTreeWalk::~CTreeWalk()
@@ -16,7 +18,7 @@ CTreeWalk::EEntered CTreeWalk::Enter()
     m_path.Truncate(folderLength);
 
     // Asked after the listing, not before: what was listed is only used when it still is no link.
-    const bool isLink = IsLink(GetFileAttributesW(m_path));
+    const bool isLink = IsLink(GetFileAttributesW(WithoutClosingSeparators(m_path)));
     if (isLink || listing == INVALID_HANDLE_VALUE) {
         FindClose(listing); // harmless on the invalid handle
         return isLink ? EEntered::eLink : EEntered::eNothing;

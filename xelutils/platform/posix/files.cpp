@@ -59,7 +59,7 @@ int OpenRegularFile(const char* name, int accessMode)
 
 // Finds the file, or the place for a new one, and opens it. -1 with the last error set. Never
 // truncates: the lock comes first.
-int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& disposition)
+int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& disposition, bool& isNew)
 {
     int descriptor = OpenRegularFile(path.Name(), accessMode);
     if (descriptor < 0 && IsMissing(errno)) {
@@ -76,10 +76,11 @@ int OpenOrCreate(const HostPath& path, int accessMode, const Disposition& dispos
             }
             const int exclusive = disposition.refusesExisting ? O_EXCL : 0;
             descriptor = OpenHostFile(place->c_str(), accessMode | O_CREAT | exclusive);
-            if (descriptor < 0)
-                FailFromErrno(errno);
-            else
+            isNew = descriptor >= 0;
+            if (isNew)
                 NoteNewName(*place);
+            else
+                FailFromErrno(errno);
             return descriptor;
         }
     }
@@ -154,7 +155,8 @@ OpenedFile OpenDeviceFile(const wchar_t* name, DWORD access, DWORD share, DWORD 
     }
 
     const int accessMode = !writes ? O_RDONLY : reads ? O_RDWR : O_WRONLY;
-    const int descriptor = OpenOrCreate(*path, accessMode, *disposition);
+    bool isNew = false;
+    const int descriptor = OpenOrCreate(*path, accessMode, *disposition, isNew);
     if (descriptor < 0)
         return {};
     OpenedFile opened{std::make_shared<OpenFile>(descriptor)};
@@ -178,6 +180,8 @@ OpenedFile OpenDeviceFile(const wchar_t* name, DWORD access, DWORD share, DWORD 
         return {};
     }
     opened.size = disposition->truncates ? 0 : static_cast<std::uint64_t>(status.st_size);
+    if (disposition->createsMissing && !disposition->refusesExisting)
+        SetLastError(isNew ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS);
     return opened;
 }
 

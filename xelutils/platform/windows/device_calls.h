@@ -37,6 +37,9 @@ void GetMemoryStatus(MemoryStatus* status);
 HANDLE MapFile(HANDLE file, SECURITY_ATTRIBUTES* security, DWORD protect, DWORD sizeHigh,
                DWORD sizeLow, const wchar_t* name);
 
+// A link to a folder goes itself, or stays; what it leads to is never removed in its place.
+BOOL RemoveFolder(const wchar_t* path);
+
 // ---- Text ---------------------------------------------------------------------------------
 //
 // The run-time's own functions heed the locale of the program; these have one of their own, with
@@ -74,9 +77,15 @@ int ReallocSystemString(wchar_t** string, const wchar_t* text, UINT length);
 // For reading, whatever access is asked for: the device looks at none.
 LONG OpenKey(HKEY key, const wchar_t* subKey, DWORD options, DWORD access, HKEY* result);
 
-// ---- Modules ------------------------------------------------------------------------------
+// ---- Modules and processes ----------------------------------------------------------------
 
 FARPROC FindFunction(HMODULE module, const wchar_t* name);
+
+// The arguments do not begin with the program's own name, which desktop programs expect in front.
+// `program` and `arguments` are not null. A startup record of the device's size counts as empty.
+BOOL StartProcess(const wchar_t* program, wchar_t* arguments, SECURITY_ATTRIBUTES* process,
+                  SECURITY_ATTRIBUTES* thread, BOOL inherit, DWORD flags, void* environment,
+                  wchar_t* folder, STARTUPINFOW* startup, PROCESS_INFORMATION* result);
 
 } // namespace device_calls
 
@@ -84,6 +93,7 @@ FARPROC FindFunction(HMODULE module, const wchar_t* name);
 #define MEMORYSTATUS device_calls::MemoryStatus
 #define GlobalMemoryStatus device_calls::GetMemoryStatus
 #define CreateFileMappingW device_calls::MapFile
+#define RemoveDirectoryW device_calls::RemoveFolder
 #define _vsnprintf device_calls::FormatNarrow
 #define _vsnwprintf device_calls::FormatWide
 #define swscanf device_calls::ScanWide
@@ -97,3 +107,4 @@ FARPROC FindFunction(HMODULE module, const wchar_t* name);
 #define RegOpenKeyExW device_calls::OpenKey
 #define SysReAllocStringLen device_calls::ReallocSystemString
 #define GetProcAddressW device_calls::FindFunction
+#define CreateProcessW device_calls::StartProcess

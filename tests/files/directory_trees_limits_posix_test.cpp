@@ -2,7 +2,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <string>
 #include <unistd.h>
 
@@ -18,19 +17,6 @@ namespace {
 
 using String = CXelStringT<wchar_t>;
 namespace fs = std::filesystem;
-
-// In a thread with little stack.
-void RunWithSmallStack(void* (*work)(void*), void* argument)
-{
-    constexpr std::size_t kStackBytes = 256 * 1024;
-    pthread_attr_t attributes;
-    pthread_t thread;
-    pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStackBytes), 0);
-    ASSERT_EQ(pthread_create(&thread, &attributes, work, argument), 0);
-    EXPECT_EQ(pthread_join(thread, nullptr), 0);
-    pthread_attr_destroy(&attributes);
-}
 
 // Not as root, whom nothing is forbidden.
 void BecomeOrdinary()
@@ -86,23 +72,6 @@ TEST(DirectoryTreeLimits, FoldersWithoutPermission)
     EXPECT_EQ(folder.Read("closed/a"), "closed/a");
     EXPECT_EQ(folder.Read("tree/fixed/b"), "tree/fixed/b");
     EXPECT_EQ(PictureOf(folder.HostPath("tree")).size(), 2u);
-}
-
-TEST(DirectoryTreeLimits, DeepTreesOnALittleStack)
-{
-    constexpr int kLevels = 900;
-    const TestFolder folder;
-    std::string deepest = "tree";
-    for (int level = 0; level < kLevels; ++level)
-        deepest += "/d";
-    MakeTree(folder.HostPath(""), {(deepest + "/f").c_str()});
-    String tree = folder.Path("tree");
-    const auto remove = [](void* path) -> void* {
-        EXPECT_EQ(RemoveDirectoryTree(*static_cast<const String*>(path)), 1);
-        return nullptr;
-    };
-    RunWithSmallStack(remove, &tree);
-    EXPECT_TRUE(fs::is_empty(folder.HostPath("")));
 }
 
 TEST(DirectoryTreeLimits, RootAndWorkingDirectoryStay)
