@@ -12,7 +12,7 @@ TEST(XeliniOnWindows, TakesPathsInEveryForm)
     XeliniFolder folder;
     folder.Write("p.ini", "[A]\nk=v\n");
     fs::create_directory(folder.HostPath("there"));
-    const std::string absolute = fs::absolute(folder.HostPath("p.ini")).string();
+    const std::string absolute = fs::absolute(folder.HostPath("p.ini")).make_preferred().string();
     const std::string deep = "there/" + std::string(200, 'd');
     fs::create_directory(folder.HostPath(deep));
     const std::string longest = deep + "/" + std::string(200, 'f') + ".ini";
