@@ -1,4 +1,4 @@
-# What both tool chains share; `prefix` names the one.
+# What both tool chains share; `prefix` names the one, `wine` the script that runs its programs.
 set(CMAKE_C_COMPILER ${prefix}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${prefix}-g++-posix)
 set(CMAKE_RC_COMPILER ${prefix}-windres)
@@ -14,4 +14,4 @@ foreach(kind EXE SHARED MODULE)
 endforeach()
 
 # A build machine with Wine runs the programs through it.
-set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../scripts/wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../scripts/${wine})

@@ -2,16 +2,16 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
-#include <sys/wait.h>
 #include <thread>
 #include <vector>
 
+#include "support/child_process.h"
+#include "support/target.h"
 #include "support/test_folder.h"
 #include "xelutils/files/file_funcs.h"
 #include "xelutils/logging/xel_logging.h"
@@ -84,16 +84,26 @@ std::u16string StartLine(const std::u16string& program, const std::u16string& li
 
 class LogTest : public testing::Test {
 protected:
-    // Copies the program to `name` and runs it there. Its standard error goes to the file "err".
-    // True when it came to its end.
-    bool Run(const std::string& name, const std::string& arguments,
-             const std::string& around = "2>err", const std::string& variable = "")
+    // Copies the program to `name` and runs it there. What it shows a debugger goes to the file
+    // "err". True when it came to its end.
+    bool Run(const std::string& name, const std::vector<std::string>& arguments,
+             const std::string& debugOutput = "") const
     {
         Install(name);
-        const std::string command = "cd '" + m_folder.HostPath("") + "' && { " + kPlain + variable +
-                                    " " + Program(name) + " " + arguments + "; } " + around;
-        const int status = std::system(command.c_str());
-        return WIFEXITED(status) && WEXITSTATUS(status) == 42;
+        ChildStart start = StartOf(name, arguments, debugOutput);
+        start.error = m_folder.HostPath("err");
+        start.showsDebugOutput = true;
+        return RunChild(start) == 42;
+    }
+    // Nothing of what surrounds the tests counts.
+    ChildStart StartOf(const std::string& name, const std::vector<std::string>& arguments,
+                       const std::string& debugOutput = "") const
+    {
+        return {.program = m_folder.HostPath(name),
+                .arguments = arguments,
+                .folder = m_folder.HostPath(""),
+                .environment = {
+                    {"XEL_DEBUG_OUTPUT", debugOutput}, {"XEL_DEVICE_ROOT", ""}, {"XEL_ACP", ""}}};
     }
     void Install(const std::string& name) const
     {
@@ -102,11 +112,6 @@ protected:
         std::filesystem::copy_file(LOG_CHILD_PROGRAM, m_folder.HostPath(name),
                                    std::filesystem::copy_options::skip_existing);
     }
-    std::string Program(const std::string& name) const
-    {
-        return "'" + m_folder.HostPath(name) + "'";
-    }
-
     // What the log holds between its first line and its last one, without times. Says so instead
     // when one of these is not as it should be.
     Lines Messages(const std::string& name, const std::string& log)
@@ -128,8 +133,6 @@ protected:
         return text;
     }
 
-    // Nothing of what surrounds the tests counts.
-    static constexpr char kPlain[] = "XEL_DEBUG_OUTPUT= XEL_DEVICE_ROOT= XEL_ACP= ";
     TestFolder m_folder;
 };
 
@@ -137,7 +140,7 @@ protected:
 
 TEST_F(LogTest, HasEveryKindOfTrace)
 {
-    ASSERT_TRUE(Run("app.exe", "kinds"));
+    ASSERT_TRUE(Run("app.exe", {"kinds"}));
     using namespace std::string_literals;
     EXPECT_EQ(Messages("app.exe", "app.log.txt"), (Lines{
                                                       u" 7 ; 100% plain",
@@ -166,13 +169,15 @@ TEST_F(LogTest, StandsBesideTheProgram)
         {"none to go", "app", "app.log.txt"},
         {"a folder's dot counts where the name has none", "dir.d/app", "dir.log.txt"},
         {"a hidden program has no other name", ".app", ".log.txt"},
-        {"letters of any script", "\xC3\xA9\xF0\x9F\x98\x80.exe",
-         "\xC3\xA9\xF0\x9F\x98\x80.log.txt"},
-        {"bytes that are no UTF-8", "a\xFF.exe", "a\xFF.log.txt"},
+        // Names that the C++ library of Windows cannot make, or that are a folder there.
+        {"letters of any script", OnHost("\xC3\xA9\xF0\x9F\x98\x80.exe", "a.exe"),
+         OnHost("\xC3\xA9\xF0\x9F\x98\x80.log.txt", "a.log.txt")},
+        {"bytes that are no UTF-8", OnHost("a\xFF.exe", "b.exe"),
+         OnHost("a\xFF.log.txt", "b.log.txt")},
         {"a backslash in a host's name", "a\\b.exe", "a\\b.log.txt"},
     };
     for (const auto& row : rows) {
-        EXPECT_TRUE(Run(row.program, "line")) << row.rule;
+        EXPECT_TRUE(Run(row.program, {"line"})) << row.rule;
         const Lines lines = Untimed(LinesOf(m_folder.Read(row.log)));
         ASSERT_EQ(lines.size(), 3u) << row.rule;
         EXPECT_EQ(lines[1], u" 7 ; line") << row.rule;
@@ -183,13 +188,13 @@ TEST_F(LogTest, StandsBesideTheProgram)
 TEST_F(LogTest, ReplacesTheLogOfTheRunBefore)
 {
     m_folder.Write("app.log.txt", std::string(10000, 'x'));
-    ASSERT_TRUE(Run("app.exe", "line"));
+    ASSERT_TRUE(Run("app.exe", {"line"}));
     EXPECT_EQ(Messages("app.exe", "app.log.txt"), (Lines{u" 7 ; line"}));
 }
 
 TEST_F(LogTest, DropsDebugLevels)
 {
-    ASSERT_TRUE(Run("app.exe", "levels"));
+    ASSERT_TRUE(Run("app.exe", {"levels"}));
     EXPECT_EQ(Messages("app.exe", "app.log.txt"),
               (Lines{u" 7 ; level 0", u" 7 ; level 1", u" 7 ; level 2", u" 7 ; level 3",
                      u" 7 ; no argument"}));
@@ -197,20 +202,20 @@ TEST_F(LogTest, DropsDebugLevels)
 
 TEST_F(LogTest, IsMadeByADebugTraceToo)
 {
-    ASSERT_TRUE(Run("app.exe", "debug"));
+    ASSERT_TRUE(Run("app.exe", {"debug"}));
     EXPECT_EQ(Messages("app.exe", "app.log.txt"), Lines{});
 }
 
 TEST_F(LogTest, IsNotMadeWithoutTrace)
 {
-    ASSERT_TRUE(Run("app.exe", "nothing"));
+    ASSERT_TRUE(Run("app.exe", {"nothing"}));
     EXPECT_FALSE(std::filesystem::exists(m_folder.HostPath("app.log.txt")));
     EXPECT_EQ(m_folder.Read("err"), "");
 }
 
 TEST_F(LogTest, CutsMessagesAt2048Characters)
 {
-    ASSERT_TRUE(Run("app.exe", "long"));
+    ASSERT_TRUE(Run("app.exe", {"long"}));
     const auto line = [](char16_t unit, std::size_t count) {
         return u" 7 ; " + std::u16string(count, unit);
     };
@@ -221,7 +226,7 @@ TEST_F(LogTest, CutsMessagesAt2048Characters)
 
 TEST_F(LogTest, ThreadsDoNotMixLines)
 {
-    ASSERT_TRUE(Run("app.exe", "threads 1000"));
+    ASSERT_TRUE(Run("app.exe", {"threads", "1000"}));
     const Lines lines = Messages("app.exe", "app.log.txt");
     ASSERT_EQ(lines.size(), 4000u);
     std::map<std::u16string, int> nextLines;
@@ -243,7 +248,7 @@ TEST_F(LogTest, ThreadsDoNotMixLines)
 TEST_F(LogTest, ThreadsMayAllComeFirst)
 {
     for (int round = 0; round < 30; ++round) {
-        ASSERT_TRUE(Run("app.exe", "threads 1"));
+        ASSERT_TRUE(Run("app.exe", {"threads", "1"}));
         Lines lines = Messages("app.exe", "app.log.txt");
         std::sort(lines.begin(), lines.end());
         ASSERT_EQ(lines, (Lines{u" 7 ; thread 0 line 0", u" 7 ; thread 1 line 0",
@@ -253,7 +258,7 @@ TEST_F(LogTest, ThreadsMayAllComeFirst)
 
 TEST_F(LogTest, LinesHaveTheirTime)
 {
-    ASSERT_TRUE(Run("app.exe", "wait"));
+    ASSERT_TRUE(Run("app.exe", {"wait"}));
     const Lines lines = LinesOf(m_folder.Read("app.log.txt"));
     ASSERT_EQ(lines.size(), 4u);
     const auto milliseconds = [&lines](std::size_t index) {
@@ -269,7 +274,7 @@ TEST_F(LogTest, LinesHaveTheirTime)
 
 TEST_F(LogTest, EndsBehindStaticObjectsAndStaysEnded)
 {
-    ASSERT_TRUE(Run("app.exe", "static-objects"));
+    ASSERT_TRUE(Run("app.exe", {"static-objects"}));
     EXPECT_EQ(Messages("app.exe", "app.log.txt"),
               (Lines{u" 7 ; main", u" 7 ; local static", u" 7 ; static object"}));
     const std::string shown = m_folder.Read("err");
@@ -278,21 +283,21 @@ TEST_F(LogTest, EndsBehindStaticObjectsAndStaysEnded)
 
 TEST_F(LogTest, CanBeginWhileTheProgramEnds)
 {
-    ASSERT_TRUE(Run("app.exe", "first-at-end"));
+    ASSERT_TRUE(Run("app.exe", {"first-at-end"}));
     EXPECT_EQ(Messages("app.exe", "app.log.txt"),
               (Lines{u" 7 ; local static", u" 7 ; static object"}));
 }
 
 TEST_F(LogTest, DoesNotBeginBehindItsEnd)
 {
-    ASSERT_TRUE(Run("app.exe", "first-too-late"));
+    ASSERT_TRUE(Run("app.exe", {"first-too-late"}));
     EXPECT_FALSE(std::filesystem::exists(m_folder.HostPath("app.log.txt")));
     EXPECT_EQ(m_folder.Read("err").substr(9), " ; 7 ; too late\r\n");
 }
 
 TEST_F(LogTest, IsShownOnStandardError)
 {
-    ASSERT_TRUE(Run("app.exe", "kinds"));
+    ASSERT_TRUE(Run("app.exe", {"kinds"}));
     std::u16string shown;
     for (const std::u16string& line : LinesOf(m_folder.Read("app.log.txt"))) {
         // What is behind a zero is not shown.
@@ -303,32 +308,38 @@ TEST_F(LogTest, IsShownOnStandardError)
     const std::size_t alone = shown.find(u'\xD800');
     ASSERT_NE(alone, shown.npos);
     shown[alone] = u'\xFFFD';
-    EXPECT_EQ(m_folder.Read("err"), xel_text::ToUtf8(xel_text::FromUtf16(shown)));
+    const auto text = xel_text::FromUtf16(shown);
+    // A debugger gets it by the code page.
+    const xel_text::CXelStringT<wchar_t> narrowed{xel_text::CXelStringT<char>(text)};
+    EXPECT_EQ(m_folder.Read("err"), xel_text::ToUtf8(OnHost(text, narrowed)));
 }
 
 TEST_F(LogTest, IsNotShownWhenSilenced)
 {
-    ASSERT_TRUE(Run("app.exe", "line", "2>err", "XEL_DEBUG_OUTPUT=none"));
+    ASSERT_TRUE(Run("app.exe", {"line"}, "none"));
     EXPECT_EQ(m_folder.Read("err"), "");
     EXPECT_EQ(Messages("app.exe", "app.log.txt"), (Lines{u" 7 ; line"}));
 }
 
 TEST_F(LogTest, LeavesFilesAloneThatTookTheNumberOfStandardError)
 {
-    ASSERT_TRUE(Run("app.exe", "own-file data", "2>&-"));
-    EXPECT_EQ(m_folder.Read("data"), "mine");
-    EXPECT_EQ(Messages("app.exe", "app.log.txt"), (Lines{u" 7 ; not for the file"}));
+    Install("app.exe");
     // Nor does the log take the number of a stream.
-    ASSERT_TRUE(Run("app.exe", "own-file data", "0<&- 1>&- 2>&-"));
-    EXPECT_EQ(m_folder.Read("data"), "mine");
-    EXPECT_EQ(Messages("app.exe", "app.log.txt"), (Lines{u" 7 ; not for the file"}));
+    for (const std::string closed : {"2>&-", "0<&- 1>&- 2>&-"}) {
+        const std::string command = "cd '" + m_folder.HostPath("") +
+                                    "' && { ./app.exe own-file data " + closed +
+                                    "; test $? = 42; }";
+        ASSERT_EQ(std::system(command.c_str()), 0) << closed;
+        EXPECT_EQ(m_folder.Read("data"), "mine");
+        EXPECT_EQ(Messages("app.exe", "app.log.txt"), (Lines{u" 7 ; not for the file"}));
+    }
 }
 
 TEST_F(LogTest, IsOnlyShownWhenItsFileCannotBeMade)
 {
     // A folder stands in its place.
     std::filesystem::create_directories(m_folder.HostPath("app.log.txt/x"));
-    ASSERT_TRUE(Run("app.exe", "line"));
+    ASSERT_TRUE(Run("app.exe", {"line"}));
     std::string shown = m_folder.Read("err");
     // There is no start line.
     ASSERT_EQ(std::count(shown.begin(), shown.end(), '\n'), 2);
@@ -340,18 +351,18 @@ TEST_F(LogTest, IsOnlyShownWhenItsFileCannotBeMade)
 TEST_F(LogTest, SecondProgramLeavesTheFirstOnesFileAlone)
 {
     Install("app.exe");
-    const std::string command = kPlain + Program("app.exe") + " until-input-ends 2>/dev/null";
-    std::FILE* const first = popen(command.c_str(), "w");
-    ASSERT_NE(first, nullptr);
+    ChildStart start = StartOf("app.exe", {"until-input-ends"}, "none");
+    start.waitsForInput = true;
+    ChildProcess first(start);
     // The file has the start line, and then the first message.
     const auto hasBoth = [&] { return LinesOf(m_folder.Read("app.log.txt")).size() >= 2; };
     for (int i = 0; i < 30'000 && !hasBoth(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     EXPECT_TRUE(hasBoth());
 
-    EXPECT_TRUE(Run("app.exe", "line"));
+    EXPECT_TRUE(Run("app.exe", {"line"}));
     const std::string shown = m_folder.Read("err");
     EXPECT_NE(shown.find(" ; line\r\n"), shown.npos) << shown;
-    pclose(first);
+    EXPECT_EQ(first.Wait(), 42);
     EXPECT_EQ(Messages("app.exe", "app.log.txt"), (Lines{u" 7 ; begun", u" 7 ; ended"}));
 }

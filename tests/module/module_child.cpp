@@ -8,12 +8,12 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <new>
 #include <string>
 #include <string_view>
 #include <thread>
 
 #include "module/process_memory.h"
+#include "module/trace_hold.h"
 #include "xelutils/logging/xel_logging.h"
 #include "xelutils/platform/framework.h"
 #include "xelutils/system/library_funcs.h"
@@ -135,7 +135,13 @@ void LookAtBoth(const char* path)
 
 std::atomic<bool> g_isHeld = false;
 std::atomic<bool> g_isReleased = false;
-thread_local bool t_holdNextAllocation = false;
+
+void StayUntilReleased()
+{
+    g_isHeld = true;
+    g_isHeld.notify_all();
+    g_isReleased.wait(false);
+}
 
 // A thread is held inside a trace, and let go while the library is being unloaded.
 void UnloadUnderTrace(const char* path)
@@ -144,15 +150,20 @@ void UnloadUnderTrace(const char* path)
     const Trace trace = library.Tracer();
     trace("first");
     std::thread tracing([trace] {
-        t_holdNextAllocation = true;
+        CallInsideNextTrace(StayUntilReleased);
         trace("held");
     });
     g_isHeld.wait(false);
-    std::thread releasing([] {
+    // A thread cannot begin while Windows unloads something.
+    std::atomic<bool> hasBegun = false;
+    std::thread releasing([&hasBegun] {
+        hasBegun = true;
+        hasBegun.notify_all();
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         g_isReleased = true;
         g_isReleased.notify_all();
     });
+    hasBegun.wait(false);
     library.Unload();
     if (!g_isReleased)
         std::puts("unloaded under a call");
@@ -161,28 +172,6 @@ void UnloadUnderTrace(const char* path)
 }
 
 } // namespace
-
-// The library's own, too: showing a line to a debugger allocates.
-void* operator new(std::size_t size)
-{
-    if (t_holdNextAllocation) {
-        t_holdNextAllocation = false;
-        g_isHeld = true;
-        g_isHeld.notify_all();
-        g_isReleased.wait(false);
-    }
-    if (void* const block = std::malloc(size))
-        return block;
-    std::abort();
-}
-void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
 
 int main(int count, char** arguments)
 {

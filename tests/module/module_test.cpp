@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "support/child_process.h"
 #include "support/test_folder.h"
 #include "xelutils/platform/framework.h"
 #include "xelutils/system/library_funcs.h"
@@ -18,12 +18,16 @@ std::string OutputOf(const std::string& mode)
     const TestFolder folder;
     const std::string program = folder.HostPath("child.exe");
     std::filesystem::copy_file(MODULE_CHILD_PROGRAM, program);
-    const std::string command = "XEL_DEBUG_OUTPUT= XEL_DEVICE_ROOT= '" + program + "' '" + mode +
-                                "' '" MODULE_LIBRARY "' '" + folder.HostPath("child.log.txt") +
-                                "' >'" + folder.HostPath("out") + "' 2>'" + folder.HostPath("err") +
-                                "'";
-    const int result = std::system(command.c_str());
-    return folder.Read("out") + (result == 0 ? "" : "failed\n" + folder.Read("err"));
+    const int result =
+        RunChild({.program = program,
+                  .arguments = {mode, std::filesystem::absolute(MODULE_LIBRARY).string(),
+                                folder.HostPath("child.log.txt")},
+                  .environment = {{"XEL_DEBUG_OUTPUT", ""}, {"XEL_DEVICE_ROOT", ""}},
+                  .output = folder.HostPath("out"),
+                  .error = folder.HostPath("err")});
+    std::string output = folder.Read("out") + (result == 0 ? "" : "failed\n" + folder.Read("err"));
+    std::erase(output, '\r');
+    return output;
 }
 
 } // namespace

@@ -7,8 +7,7 @@ constexpr bool kOnWindows = true;
 constexpr bool kOnWindows = false;
 #endif
 
-template <class T>
-constexpr T OnHost(T device, [[maybe_unused]] T desktop)
+template <class T> constexpr T OnHost(T device, [[maybe_unused]] T desktop)
 {
     return kOnWindows ? desktop : device;
 }

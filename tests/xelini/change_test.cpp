@@ -169,15 +169,6 @@ TEST(XeliniConvert, ChangesTheEncodingAlone)
     expectRow({"as a filter", "convert|-|--encoding|utf16le", kMissing, 0, Utf16Bytes("[A]\nk=v\n"),
                "", kMissing},
               {.input = "[A]\nk=v\n"});
-    expectRow({"two ways to write a character", "convert|p.ini|--encoding|utf16le",
-               ";\x87\x90\x81\x45", 0, "", "", kMark + ";\0\x52\x22\xFB\x30"s},
-              {.codePage = "932"});
-    expectRow({"undefined bytes of a double-byte page", "convert|p.ini|--encoding|utf16le",
-               ";\x81\x20", 1, "",
-               "p.ini:1: bytes that the 8-bit code page does not define would be lost; correct "
-               "them first",
-               ";\x81\x20"},
-              {.codePage = "932"});
 }
 
 TEST(XeliniMerge, LaysFilesOverABase)

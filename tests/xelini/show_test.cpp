@@ -127,8 +127,6 @@ TEST(XeliniShow, PrintsWhatTheReaderFinds)
     });
     // Standard input is a pipe or a file; both are read whole.
     expectRow({"standard input", "get|-||k", kMissing, 0, "v\n", "", kMissing}, {.input = "k=v"});
-    expectRow({"another code page", "get|p.ini||k", "k=\xE4", 0, "\xD0\xB4\n", "", "k=\xE4"},
-              {.codePage = "1251"});
 }
 
 TEST(XeliniDiff, ShowsEntriesThatDiffer)

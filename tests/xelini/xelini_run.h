@@ -3,15 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
+#include "support/child_process.h"
+#include "support/target.h"
 #include "support/test_folder.h"
 
 using namespace std::string_literals;
@@ -29,56 +26,42 @@ struct Arguments {
     std::vector<std::string> words;
 };
 
+// Variables of the environment mean nothing on Windows.
+struct Surroundings {
+    std::string input{}; // of standard input
+    const char* deviceRoot = "";
+    const char* codePage = "";
+};
+
 struct Outcome {
     int status;
     std::string out;
     std::string err;
 };
 
-struct Surroundings {
-    std::string input{}; // of standard input
-    rlim_t maxFileSize = RLIM_INFINITY;
-    const char* deviceRoot = "";
-    const char* codePage = "";
-};
-
 class XeliniFolder : public TestFolder {
 public:
-    pid_t start(const Arguments& arguments, const Surroundings& around = {}, int inputPipe = -1)
+    ChildStart start(const Arguments& arguments, const Surroundings& around = {}) const
     {
         m_streams.Write("in", around.input);
-        const pid_t child = ::fork();
-        if (child != 0)
-            return child;
-        if (inputPipe >= 0)
-            ::dup2(inputPipe, 0);
-        else
-            redirect(0, "in", O_RDONLY);
-        redirect(1, "out", O_WRONLY | O_CREAT | O_TRUNC);
-        redirect(2, "err", O_WRONLY | O_CREAT | O_TRUNC);
-        ::setenv("XEL_DEVICE_ROOT", around.deviceRoot, 1);
-        ::setenv("XEL_ACP", around.codePage, 1);
-        const rlimit limit = {around.maxFileSize, around.maxFileSize};
-        if (around.maxFileSize != RLIM_INFINITY)
-            ::setrlimit(RLIMIT_FSIZE, &limit);
-        std::vector<char*> argv = {const_cast<char*>("xelini")};
-        for (const std::string& argument : arguments.words)
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        if (::chdir(HostPath("").c_str()) == 0)
-            ::execv(XELINI_PROGRAM, argv.data());
-        ::_exit(127);
+        return {
+            .program = XELINI_PROGRAM,
+            .arguments = arguments.words,
+            .folder = HostPath(""),
+            .environment = {{"XEL_DEVICE_ROOT", around.deviceRoot}, {"XEL_ACP", around.codePage}},
+            .input = m_streams.HostPath("in"),
+            .output = m_streams.HostPath("out"),
+            .error = m_streams.HostPath("err")};
     }
-    Outcome finish(pid_t child)
+    Outcome finish(ChildProcess& process) const
     {
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, m_streams.Read("out"),
-                m_streams.Read("err")};
+        const int status = process.Wait();
+        return {status, m_streams.Read("out"), m_streams.Read("err")};
     }
-    Outcome run(const Arguments& arguments, const Surroundings& around = {})
+    Outcome run(const Arguments& arguments, const Surroundings& around = {}) const
     {
-        return finish(start(arguments, around));
+        ChildProcess process(start(arguments, around));
+        return finish(process);
     }
     std::size_t fileCount() const
     {
@@ -87,13 +70,6 @@ public:
     }
 
 private:
-    void redirect(int stream, const char* name, int flags) const
-    {
-        const int file = ::open(m_streams.HostPath(name).c_str(), flags, 0600);
-        ::dup2(file, stream);
-        ::close(file);
-    }
-
     TestFolder m_streams;
 };
 

@@ -1,11 +1,11 @@
 // set, unset and convert: changes that keep every other byte.
 #include <algorithm>
-#include <cerrno>
 #include <optional>
 #include <string_view>
 
 #include "tools/xelini/change.h"
 #include "tools/xelini/commands.h"
+#include "tools/xelini/host_errors.h"
 #include "xelutils/text/xel_utf.h"
 
 namespace xelini {
@@ -47,8 +47,9 @@ void refuseIllFormed(const std::string& name, std::string_view utf8)
 }
 
 // What the UTF-8 text means is what the reader makes of the same text in UTF-16.
-Change readUtf8(const HostInput& input)
+Change readUtf8(const std::string& path)
 {
+    const HostInput input(path);
     const std::string bytes = input.bytes();
     std::string_view utf8 = bytes;
     if (Document(input.name(), bytes).width() == Width::wide)
@@ -57,9 +58,9 @@ Change readUtf8(const HostInput& input)
         utf8.remove_prefix(kUtf8Mark.size());
     refuseIllFormed(input.name(), utf8);
     Document document = Document::ofText(input.name(), xel_text::FromUtf8(utf8));
-    const FileDescriptor copy = makeMemoryFile(document.bytes());
+    const HostFile copy = makeMemoryFile(document.bytes());
     if (!copy.isOpen())
-        throw failedFile(input.name(), "cannot be kept in memory", errno);
+        throw failedFile(input.name(), "cannot be kept in memory", lastError());
     return {std::move(document), readSettings(copy, input.name()).store};
 }
 
@@ -67,7 +68,7 @@ Change readUtf8(const HostInput& input)
 
 Status set(const Request& request)
 {
-    const TargetFile target(request.files[0]);
+    TargetFile target(request.files[0]);
     Change change = openForSetting(request, target);
     for (const auto& [section, key, value] : request.triples) {
         change.document.setValue(section, key, value, request.mayCut);
@@ -79,9 +80,8 @@ Status set(const Request& request)
 
 Status unset(const Request& request)
 {
-    const TargetFile target(request.files[0]);
-    const HostInput input(request.files[0]);
-    Change change{Document(input.name(), input.bytes()), readSettings(input).store};
+    TargetFile target(request.files[0]);
+    Change change = unchanged(request.files[0]);
     const Text& section = *request.section;
     if (request.key) {
         if (!change.document.removeKey(section, *request.key, request.mayCut))
@@ -99,11 +99,9 @@ Status unset(const Request& request)
 
 Status convert(const Request& request)
 {
-    const TargetFile target(request.output.value_or(request.files[0]));
-    const HostInput input(request.files[0]);
-    Change change = request.fromUtf8
-                        ? readUtf8(input)
-                        : Change{Document(input.name(), input.bytes()), readSettings(input).store};
+    TargetFile target(request.output.value_or(request.files[0]));
+    const std::string& path = request.files[0];
+    Change change = request.fromUtf8 ? readUtf8(path) : unchanged(path);
     change.document = change.document.converted(*request.width, request.mayCut);
     finish(change, target);
     return Status::done;

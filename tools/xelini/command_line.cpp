@@ -177,17 +177,17 @@ bool isOption(std::string_view argument)
 
 // In the order that the parser wants: from the last to the first. The command's own name, which
 // comes first, stays as it is.
-std::vector<std::string> shielded(int argc, const char* const* argv)
+std::vector<std::string> shielded(const std::vector<std::string>& given)
 {
     std::vector<std::string> arguments;
     bool optionsEnded = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        const std::string& argument = given[i];
         if (argument == "--" && !optionsEnded)
             optionsEnded = true;
         else if (argument == "--default=") // for which the parser would miss a value
             arguments.insert(arguments.end(), {"--default", {kShield}});
-        else if (i == 1 || (isOption(argument) && !optionsEnded))
+        else if (i == 0 || (isOption(argument) && !optionsEnded))
             arguments.push_back(argument);
         else
             arguments.push_back(kShield + argument);
@@ -285,9 +285,9 @@ Failure wrongUse(const CLI::ParseError& error, const std::string& command)
 
 } // namespace
 
-CommandLine parseCommandLine(int argc, const char* const* argv)
+CommandLine parseCommandLine(const std::vector<std::string>& given)
 {
-    const std::string_view name = argc > 1 ? argv[1] : "";
+    const std::string_view name = given.empty() ? std::string_view() : given[0];
     const auto* const entry =
         std::find_if(std::begin(kCommands), std::end(kCommands),
                      [&](const CommandEntry& each) { return each.name == name; });
@@ -308,7 +308,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv)
         each.describe(*command, arguments);
     }
     try {
-        app.parse(shielded(argc, argv));
+        app.parse(shielded(given));
         unshield(arguments);
         return {entry->run, requestOf(*app.get_subcommand(std::string(name)), arguments)};
     } catch (const CLI::CallForVersion& version) {

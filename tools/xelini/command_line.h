@@ -39,7 +39,7 @@ struct CommandLine {
     Request request;
 };
 
-// Throws Failure for wrong use.
-CommandLine parseCommandLine(int argc, const char* const* argv);
+// Takes the arguments behind the program's name. Throws Failure for wrong use.
+CommandLine parseCommandLine(const std::vector<std::string>& given);
 
 } // namespace xelini

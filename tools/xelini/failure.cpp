@@ -1,8 +1,7 @@
 #include "tools/xelini/failure.h"
 
-#include <cctype>
-#include <cstring>
-#include <unistd.h>
+#include "tools/xelini/host_errors.h"
+#include "tools/xelini/host_file.h"
 
 namespace xelini {
 
@@ -26,18 +25,10 @@ Failure failedFile(const std::string& file, const std::string& text)
     return {Status::failed, file + ": " + text};
 }
 
-std::string systemReason(int error)
-{
-    std::string reason = std::strerror(error);
-    reason[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(reason[0])));
-    return reason;
-}
-
 void printMessage(std::string_view message)
 {
-    const std::string line = "xelini: " + std::string(message) + "\n";
     // Nothing is left to be told when standard error itself cannot be written.
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+    writeAll(numberOf(StandardStream::error), "xelini: " + std::string(message) + "\n");
 }
 
 } // namespace xelini

@@ -28,12 +28,9 @@ struct Failure {
 Failure refusedFile(const std::string& file, const std::string& text);
 // "FILE:LINE: text"; lines count from 1.
 Failure refusedLine(const std::string& file, std::size_t line, const std::string& text);
-// "FILE: text: reason", the reason being what the system says of an errno.
+// "FILE: text: reason", the reason being what the host says of an error (host_errors.h).
 Failure failedFile(const std::string& file, const std::string& text, int error);
 Failure failedFile(const std::string& file, const std::string& text);
-
-// The system's words for an errno, in lower case.
-std::string systemReason(int error);
 
 // One line on standard error.
 void printMessage(std::string_view message);

@@ -1,47 +1,43 @@
 #include "tools/xelini/host_input.h"
 
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "tools/xelini/failure.h"
+#include "tools/xelini/host_errors.h"
 
 namespace xelini {
 
 HostInput::HostInput(const std::string& path) : m_name(path)
 {
     if (path == "-") {
-        spool(STDIN_FILENO);
+        spool(numberOf(StandardStream::input));
         return;
     }
-    m_file = FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat info;
-    if (!m_file.isOpen() || ::fstat(m_file.number(), &info) != 0)
-        throw failedFile(m_name, "cannot be opened", errno);
-    if (S_ISDIR(info.st_mode))
-        throw failedFile(m_name, "cannot be read", EISDIR);
-    if (!S_ISREG(info.st_mode)) {
-        const FileDescriptor source = std::move(m_file);
+    m_file = openForReading(path);
+    FileState state;
+    if (!m_file.isOpen() || !findState(m_file.number(), state))
+        throw failedFile(m_name, "cannot be opened", lastError());
+    if (state.kind == FileState::Kind::folder)
+        throw failedFile(m_name, "cannot be read: is a directory");
+    if (state.kind == FileState::Kind::other) {
+        const HostFile source = std::move(m_file);
         spool(source.number());
     }
 }
 
-void HostInput::spool(int source)
+void HostInput::spool(HostFile::Number source)
 {
     std::string content;
     if (!readAll(source, content))
-        throw failedFile(m_name, "cannot be read", errno);
+        throw failedFile(m_name, "cannot be read", lastError());
     m_file = makeMemoryFile(content);
     if (!m_file.isOpen())
-        throw failedFile(m_name, "cannot be kept in memory", errno);
+        throw failedFile(m_name, "cannot be kept in memory", lastError());
 }
 
 std::string HostInput::bytes() const
 {
     std::string content;
-    if (::lseek(m_file.number(), 0, SEEK_SET) != 0 || !readAll(m_file.number(), content))
-        throw failedFile(m_name, "cannot be read", errno);
+    if (!rewind(m_file.number()) || !readAll(m_file.number(), content))
+        throw failedFile(m_name, "cannot be read", lastError());
     return content;
 }
 

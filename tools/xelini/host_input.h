@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/xelini/file_descriptor.h"
+#include "tools/xelini/host_file.h"
 
 namespace xelini {
 
@@ -17,15 +17,15 @@ public:
     // How messages call it.
     const std::string& name() const { return m_name; }
     // A regular file, open for reading.
-    const FileDescriptor& file() const { return m_file; }
+    const HostFile& file() const { return m_file; }
     // Throws Failure.
     std::string bytes() const;
 
 private:
-    void spool(int source);
+    void spool(HostFile::Number source);
 
     std::string m_name;
-    FileDescriptor m_file;
+    HostFile m_file;
 };
 
 } // namespace xelini

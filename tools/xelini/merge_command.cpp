@@ -1,11 +1,10 @@
 // merge: files laid over a base. A new file comes from the library's writer; in an existing one
 // only the entries that differ are changed.
-#include <cerrno>
-#include <unistd.h>
+#include <utility>
 
 #include "tools/xelini/change.h"
 #include "tools/xelini/commands.h"
-#include "xelutils/platform/posix/device_root.h"
+#include "tools/xelini/host_errors.h"
 #include "xelutils/text/xel_utf.h"
 
 namespace xelini {
@@ -39,17 +38,17 @@ Settings readMerged(const std::vector<std::string>& files)
 // As the library's writer writes them.
 std::string written(const Settings& settings, const std::string& name)
 {
-    const FileDescriptor file = makeMemoryFile({});
-    const auto path = DevicePathFromHost(pathOf(file));
+    const HostFile file = makeMemoryFile({});
+    const auto path = devicePathOf(file);
     std::string bytes;
     if (!file.isOpen() ||
         !xel_settings::writeSettingsAsIni(path.data(), settings.store, settings.encoding) ||
         !readAll(file.number(), bytes))
-        throw failedFile(name, "cannot be prepared in memory", errno);
+        throw failedFile(name, "cannot be prepared in memory", lastError());
     return bytes;
 }
 
-void writeNew(const Settings& merged, const TargetFile& target)
+void writeNew(const Settings& merged, TargetFile& target)
 {
     const bool isWide = merged.encoding == xel_settings::TEXT_ENCODING_UTF16LE;
     std::string bytes = written(merged, target.name());
@@ -60,11 +59,10 @@ void writeNew(const Settings& merged, const TargetFile& target)
     finish(isWide ? withMarkIfNeeded(std::move(bytes)) : bytes, merged, target);
 }
 
-void changeExisting(const Settings& merged, const TargetFile& target, bool mayCut)
+void changeExisting(const Settings& merged, TargetFile& target, bool mayCut)
 {
-    const HostInput input(target.name());
-    const CThreeTupleStore present = readSettings(input).store;
-    Change change{Document(input.name(), input.bytes()), merged.store};
+    Change change = unchanged(target.name());
+    const CThreeTupleStore present = std::exchange(change.meant, merged.store);
     change.document.removeOthers(present, merged.store, mayCut);
     change.document.replaceValues(merged.store, mayCut);
     forEachEntry(merged.store, [&](const Text& section, const Text& key, const Text& value) {
@@ -79,7 +77,7 @@ void changeExisting(const Settings& merged, const TargetFile& target, bool mayCu
 
 Status merge(const Request& request)
 {
-    const TargetFile target(*request.output);
+    TargetFile target(*request.output);
     const Settings merged = readMerged(request.files);
     if (target.exists() && !target.isEmpty())
         changeExisting(merged, target, request.mayCut);

@@ -1,17 +1,15 @@
 #include "tools/xelini/output.h"
 
-#include <cerrno>
-#include <unistd.h>
-
 #include "tools/xelini/failure.h"
-#include "tools/xelini/file_descriptor.h"
+#include "tools/xelini/host_errors.h"
+#include "tools/xelini/host_file.h"
 
 namespace xelini {
 
 void printOutput(std::string_view text)
 {
-    if (!writeAll(STDOUT_FILENO, text))
-        throw failedFile("standard output", "cannot be written", errno);
+    if (!writeAll(numberOf(StandardStream::output), text))
+        throw failedFile("standard output", "cannot be written", lastError());
 }
 
 } // namespace xelini

@@ -1,7 +1,6 @@
 #include "tools/xelini/settings_reader.h"
 
 #include "tools/xelini/failure.h"
-#include "xelutils/platform/posix/device_root.h"
 
 namespace xelini {
 
@@ -47,7 +46,7 @@ Failure failureFor(const CSettingsDiagnosis& diagnosis, const std::string& name)
     }
 }
 
-bool readsAs(const Settings& meant, const FileDescriptor& file, const std::string& name)
+bool readsAs(const Settings& meant, const HostFile& file, const std::string& name)
 {
     try {
         const Settings found = readSettings(file, name);
@@ -61,11 +60,11 @@ bool readsAs(const Settings& meant, const FileDescriptor& file, const std::strin
 
 } // namespace
 
-Settings readSettings(const FileDescriptor& file, const std::string& name)
+Settings readSettings(const HostFile& file, const std::string& name)
 {
     Settings settings;
     CSettingsDiagnosis diagnosis;
-    const auto path = DevicePathFromHost(pathOf(file));
+    const auto path = devicePathOf(file);
     if (!xel_settings::readSettingsAsIni(path.data(), settings.store, settings.encoding, diagnosis))
         throw failureFor(diagnosis, name);
     return settings;
@@ -81,7 +80,7 @@ Settings readSettings(const std::string& path)
     return readSettings(HostInput(path));
 }
 
-void checkSettings(const FileDescriptor& file, const std::string& name, const Settings& meant)
+void checkSettings(const HostFile& file, const std::string& name, const Settings& meant)
 {
     if (!readsAs(meant, file, name))
         throw refusedFile(name, "the changed file would not read as it is meant to; nothing is "

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/xelini/file_descriptor.h"
+#include "tools/xelini/host_file.h"
 #include "tools/xelini/host_input.h"
 #include "xelutils/settings/xel_settings.h"
 
@@ -15,11 +15,11 @@ struct Settings {
 };
 
 // Reads a regular file that is open; `name` is how messages call it. Throws Failure.
-Settings readSettings(const FileDescriptor& file, const std::string& name);
+Settings readSettings(const HostFile& file, const std::string& name);
 Settings readSettings(const HostInput& input);
 Settings readSettings(const std::string& path);
 
 // Throws Failure unless the file reads as exactly the settings that are meant.
-void checkSettings(const FileDescriptor& file, const std::string& name, const Settings& meant);
+void checkSettings(const HostFile& file, const std::string& name, const Settings& meant);
 
 } // namespace xelini

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/xelini/code_page.h"
 #include "tools/xelini/failure.h"
 #include "xelutils/platform/coredll.h"
-#include "xelutils/platform/posix/code_pages.h"
 #include "xelutils/text/xel_utf.h"
 
 namespace xelini {
@@ -102,7 +102,7 @@ bool hasUndefinedBytes(std::string_view bytes)
     const Text text = decodeNarrow(bytes);
     if (encodeNarrow(text) == bytes)
         return false;
-    const wchar_t standIn = FindCodePage(CP_ACP)->defaultUnit;
+    const wchar_t standIn = unitOfUndefinedBytes();
     std::size_t at = 0;
     for (const wchar_t unit : text) {
         const std::optional<std::string> own = encodeNarrow(Text(unit, 1));

@@ -492,10 +492,11 @@ void OutputDebugStringW(const wchar_t* text);
 using HINSTANCE = HMODULE;
 using FARPROC = int (*)();
 
-// Loads the file with this name and no other: there is no search, not for a bare name either. Below
-// "\Windows\", where the device's root has no such folder, a name means a file of the host's own
-// library folder, the one that the C library was loaded from. A library that is loaded already is
-// not loaded again; each call is to be undone by a FreeLibrary.
+// Loads the file with this name and no other: there is no search, not for a bare name either. A
+// name without a dot in its last component means the one with ".dll" behind it, as on the device; a
+// dot at its end, the one without. Below "\Windows\", where the device's root has no such folder, a
+// name means a file of the host's own library folder, the one that the C library was loaded from. A
+// library that is loaded already is not loaded again; each call is to be undone by a FreeLibrary.
 //
 // Whoever may write to the file, a folder on the way to it or a link there decides what code runs:
 // links are followed, and ".." in a name leads out of the folder that it was appended to.

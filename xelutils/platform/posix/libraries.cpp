@@ -70,11 +70,23 @@ void ReplaceMissingSystemFolder(HostPath& path)
     path.baseLength = hostFolder.size();
 }
 
+// A last component without a dot means one that ends with ".dll", unless a dot at its end says that
+// it has none.
+void CompleteExtension(HostPath& path)
+{
+    const std::size_t start = path.text.rfind('/') + 1;
+    if (path.text.find('.', start) == std::string::npos)
+        path.text += ".dll";
+    else if (path.text.back() == '.')
+        path.text.pop_back();
+}
+
 std::optional<std::string> FindLibrary(const wchar_t* name)
 {
     std::optional<HostPath> path = ResolveDevicePath(name);
     if (!path || path->endsInSeparator)
         return std::nullopt;
+    CompleteExtension(*path);
     if (!IsRelativeDevicePath(name))
         ReplaceMissingSystemFolder(*path);
     return Find(*path, LookFor::Target);

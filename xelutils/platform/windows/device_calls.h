@@ -75,9 +75,15 @@ int ReallocSystemString(wchar_t** string, const wchar_t* text, UINT length);
 // For reading, whatever access is asked for: the device looks at none.
 LONG OpenKey(HKEY key, const wchar_t* subKey, DWORD options, DWORD access, HKEY* result);
 
-// ---- Modules ------------------------------------------------------------------------------
+// ---- Modules and processes ----------------------------------------------------------------
 
 FARPROC FindFunction(HMODULE module, const wchar_t* name);
+
+// The arguments do not begin with the program's own name, which desktop programs expect in front.
+// `program` and `arguments` are not null. A startup record of the device's size counts as empty.
+BOOL StartProcess(const wchar_t* program, wchar_t* arguments, SECURITY_ATTRIBUTES* process,
+                  SECURITY_ATTRIBUTES* thread, BOOL inherit, DWORD flags, void* environment,
+                  wchar_t* folder, STARTUPINFOW* startup, PROCESS_INFORMATION* result);
 
 } // namespace device_calls
 
@@ -99,3 +105,4 @@ FARPROC FindFunction(HMODULE module, const wchar_t* name);
 #define RegOpenKeyExW device_calls::OpenKey
 #define SysReAllocStringLen device_calls::ReallocSystemString
 #define GetProcAddressW device_calls::FindFunction
+#define CreateProcessW device_calls::StartProcess

@@ -90,6 +90,8 @@ FILE* StandardStream(int number)
 
 FARPROC FindFunction(HMODULE module, const wchar_t* name)
 {
+    if (IS_INTRESOURCE(name))
+        return GetProcAddress(module, reinterpret_cast<const char*>(name));
     // Names of functions are plain; one that is longer than any, or not plain, is missing.
     char plain[512];
     BOOL isNotPlain = FALSE;

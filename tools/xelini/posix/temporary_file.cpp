@@ -1,8 +1,6 @@
 #include "tools/xelini/temporary_file.h"
 
-#include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
@@ -40,10 +38,10 @@ void watchSignals()
 
 } // namespace
 
-TemporaryFile::TemporaryFile(const std::string& folder) : m_path(folder + "/.xelini-XXXXXX")
+TemporaryFile::TemporaryFile(const std::string& folder) : m_path(folder + ".xelini-XXXXXX")
 {
     watchSignals();
-    m_file = FileDescriptor(::mkostemp(m_path.data(), O_CLOEXEC));
+    m_file = HostFile(::mkostemp(m_path.data(), O_CLOEXEC));
     if (m_file.isOpen())
         g_leftOver = m_path.c_str();
     else
@@ -61,22 +59,6 @@ void TemporaryFile::keep()
 {
     g_leftOver = nullptr;
     m_path.clear();
-}
-
-bool renameOver(const std::string& from, const std::string& to, bool mayReplace)
-{
-    if (mayReplace)
-        return ::rename(from.c_str(), to.c_str()) == 0;
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
-        return true;
-    if (errno != EINVAL && errno != ENOSYS)
-        return false;
-    // The file system cannot say "unless it exists"; looking first is the best that is left.
-    if (::access(to.c_str(), F_OK) == 0) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
 } // namespace xelini
