@@ -25,7 +25,8 @@ protected:
     std::string Run(const std::string& library, const std::string& function = "")
     {
         Copy(LIBRARY_CHILD_PROGRAM, "dir/child");
-        const std::string folder = m_folder.HostPath("");
+        const std::string folder =
+            std::filesystem::path(m_folder.HostPath("")).make_preferred().string();
         ChildStart start = {.program = m_folder.HostPath("dir/child"),
                             .arguments = {library},
                             .folder = folder,
