@@ -1,4 +1,6 @@
 // Copies where they depend on how POSIX plays the device.
+#include <atomic>
+#include <barrier>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -6,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 #include "platform/copy_file.h"
@@ -26,7 +29,7 @@ struct stat StatusOf(const std::string& hostPath)
 
 } // namespace
 
-TEST(CopyFile, LinksAreCopiedAsLinks)
+TEST(Copies, LinksAreCopiedAsLinks)
 {
     const TestFolder folder;
     folder.Write("a", "content");
@@ -59,7 +62,7 @@ TEST(CopyFile, LinksAreCopiedAsLinks)
     EXPECT_EQ(folder.Read("sub/b"), "b");
 }
 
-TEST(CopyFile, KeepsTimeAndPermissions)
+TEST(Copies, KeepsTimeAndPermissions)
 {
     const TestFolder folder;
     const String source = folder.Write("a", "content");
@@ -82,14 +85,14 @@ TEST(CopyFile, KeepsTimeAndPermissions)
     EXPECT_EQ(StatusOf(folder.HostPath("c")).st_mode & 07777, 0755u);
 }
 
-TEST(CopyFile, FileMadeUpWhenItIsReadSaysThatItIsEmpty)
+TEST(Copies, FileMadeUpWhenItIsReadSaysThatItIsEmpty)
 {
     const TestFolder folder;
     EXPECT_EQ(Copy(L"/proc/self/stat", folder.Path("c")), 0u);
     EXPECT_NE(folder.Read("c"), "");
 }
 
-TEST(CopyFile, HolesStayHoles)
+TEST(Copies, HolesStayHoles)
 {
     constexpr off_t kSize = 5LL << 30;
     const TestFolder folder;
@@ -111,7 +114,7 @@ TEST(CopyFile, HolesStayHoles)
     close(copied);
 }
 
-TEST(CopyFile, FullDiskLeavesTheOldFile)
+TEST(Copies, FullDiskLeavesTheOldFile)
 {
     for (const std::size_t size : {20000u, 2000000u}) {
         const TestFolder folder;
@@ -127,7 +130,7 @@ TEST(CopyFile, FullDiskLeavesTheOldFile)
     }
 }
 
-TEST(CopyFile, KilledProgramLeavesNoHalfTarget)
+TEST(Copies, KilledProgramLeavesNoHalfTarget)
 {
     GTEST_FLAG_SET(death_test_style, "fast");
     const TestFolder folder;
@@ -148,7 +151,7 @@ TEST(CopyFile, KilledProgramLeavesNoHalfTarget)
 }
 
 // The size that the source had when it was opened counts, and what is there.
-TEST(CopyFile, SourceThatGrowsOrShrinks)
+TEST(Copies, SourceThatGrowsOrShrinks)
 {
     const struct {
         const char* rule;
@@ -179,4 +182,24 @@ TEST(CopyFile, SourceThatGrowsOrShrinks)
         close(source);
         close(target);
     }
+}
+
+TEST(Copies, TwoAtOnceReplaceEachOther)
+{
+    constexpr int kRounds = 300;
+    const TestFolder folder;
+    const String source = folder.Write("a", "content");
+    std::barrier round(2);
+    std::atomic<int> failures = 0;
+    const auto copyAll = [&] {
+        for (int i = 0; i < kRounds; ++i) {
+            round.arrive_and_wait();
+            failures += CopyFileW(source, folder.Path("to" + std::to_string(i)), FALSE) == FALSE;
+        }
+    };
+    std::thread other(copyAll);
+    copyAll();
+    other.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(CountEntries(folder), 1 + kRounds);
 }

@@ -39,8 +39,7 @@ protected:
         EXPECT_EQ(RunChild(start), 0);
         std::string text = m_folder.Read("out") + TracesOf(m_folder.Read("err"));
         std::erase(text, '\r');
-        const std::string above =
-            std::filesystem::path(folder).parent_path().make_preferred().string();
+        const std::string above = std::filesystem::path(folder).parent_path().string();
         const std::string prefix = OnHost("", above.c_str());
         for (std::size_t at; !prefix.empty() && (at = text.find(prefix)) != text.npos;)
             text.erase(at, prefix.size());
