@@ -1,6 +1,7 @@
-// The arguments of this program in UTF-8, its own name in front.
+// Command lines as the host splits them, in UTF-8.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,10 +10,11 @@
 
 #include <shellapi.h>
 
-inline std::vector<std::string> Utf8Arguments(int, char**)
+// With the program's own name in front.
+inline std::vector<std::string> SplitWithProgram(const wchar_t* commandLine)
 {
     int count = 0;
-    wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+    wchar_t** const words = CommandLineToArgvW(commandLine, &count);
     std::vector<std::string> arguments;
     for (int i = 0; i < count; ++i) {
         const int size =
@@ -23,7 +25,26 @@ inline std::vector<std::string> Utf8Arguments(int, char**)
     LocalFree(words);
     return arguments;
 }
+
+// Nothing where the host has no call for it.
+inline std::optional<std::vector<std::string>> SplitByHost(const std::wstring& commandLine)
+{
+    std::vector<std::string> words = SplitWithProgram((L"program " + commandLine).c_str());
+    words.erase(words.begin());
+    return words;
+}
+
+// Those of this program, its name in front.
+inline std::vector<std::string> Utf8Arguments(int, char**)
+{
+    return SplitWithProgram(GetCommandLineW());
+}
 #else
+inline std::optional<std::vector<std::string>> SplitByHost(const wchar_t*)
+{
+    return std::nullopt;
+}
+
 inline std::vector<std::string> Utf8Arguments(int count, char** arguments)
 {
     return {arguments, arguments + count};

@@ -41,15 +41,16 @@ void TakeBackslashes(Rest& rest, std::string& argument)
     }
 }
 
+// Two inside quotes are one of the argument, and the second one closes them: so did the device's
+// run-time, and so does the call of desktop Windows.
 void TakeQuote(Rest& rest, std::string& argument, bool& inQuotes)
 {
     ++rest.text;
     if (inQuotes && rest.StartsWith('"')) {
         argument.push_back('"');
         ++rest.text;
-    } else {
-        inQuotes = !inQuotes;
     }
+    inQuotes = !inQuotes;
 }
 
 void TakePlainCharacter(Rest& rest, std::string& argument)
