@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -133,14 +134,13 @@ void LookAtBoth(const char* path)
 
 // ---- Unloading under a call -----------------------------------------------------------------
 
-std::atomic<bool> g_isHeld = false;
-std::atomic<bool> g_isReleased = false;
+std::promise<void> g_isHeld;
+std::promise<void> g_mayGoOn;
 
 void StayUntilReleased()
 {
-    g_isHeld = true;
-    g_isHeld.notify_all();
-    g_isReleased.wait(false);
+    g_isHeld.set_value();
+    g_mayGoOn.get_future().wait();
 }
 
 // A thread is held inside a trace, and let go while the library is being unloaded.
@@ -153,19 +153,19 @@ void UnloadUnderTrace(const char* path)
         CallInsideNextTrace(StayUntilReleased);
         trace("held");
     });
-    g_isHeld.wait(false);
+    g_isHeld.get_future().wait();
     // A thread cannot begin while Windows unloads something.
-    std::atomic<bool> hasBegun = false;
-    std::thread releasing([&hasBegun] {
-        hasBegun = true;
-        hasBegun.notify_all();
+    std::promise<void> hasBegun;
+    std::atomic<bool> isReleased = false;
+    std::thread releasing([&] {
+        hasBegun.set_value();
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        g_isReleased = true;
-        g_isReleased.notify_all();
+        isReleased = true;
+        g_mayGoOn.set_value();
     });
-    hasBegun.wait(false);
+    hasBegun.get_future().wait();
     library.Unload();
-    if (!g_isReleased)
+    if (!isReleased)
         std::puts("unloaded under a call");
     tracing.join();
     releasing.join();

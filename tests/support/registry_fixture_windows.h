@@ -12,14 +12,23 @@
 // While it lives, the test's key holds what was imported last.
 class TestRegistry {
 public:
-    TestRegistry() { Clear(); }
+    TestRegistry()
+    {
+        WaitForSingleObject(m_turn, INFINITE);
+        Clear();
+    }
     // Lines of the test's key.
     explicit TestRegistry(const std::string& lines) : TestRegistry()
     {
         Import("Windows Registry Editor Version 5.00\r\n\r\n[" + std::string(kTestKey) + "]\r\n" +
                lines);
     }
-    ~TestRegistry() { Clear(); }
+    ~TestRegistry()
+    {
+        Clear();
+        ReleaseMutex(m_turn);
+        CloseHandle(m_turn);
+    }
     TestRegistry(const TestRegistry&) = delete;
     TestRegistry& operator=(const TestRegistry&) = delete;
 
@@ -50,5 +59,7 @@ public:
 private:
     static void Clear() { RegDeleteTreeW(HKEY_CURRENT_USER, kTestSubKey); }
 
+    // Tests that run at the same time share the registry.
+    const HANDLE m_turn = CreateMutexW(nullptr, FALSE, L"xelutils-test-registry");
     const TestFolder m_folder;
 };

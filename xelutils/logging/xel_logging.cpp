@@ -175,15 +175,17 @@ constinit std::atomic<Logger*> g_logger = nullptr;
     static constinit std::atomic_flag s_isTaken;
     alignas(Logger) static unsigned char s_place[sizeof(Logger)];
     if (s_isTaken.test_and_set()) {
-        g_logger.wait(nullptr);
-        return *g_logger;
+        // Not atomic::wait, which may miss its notification where the system has no call for it.
+        Logger* made = nullptr;
+        while ((made = g_logger) == nullptr)
+            Sleep(1);
+        return *made;
     }
     Logger* const logger = new (s_place) Logger;
     const CSingleLock guard(&logger->Lock(), TRUE);
     // Who finds the logger finds its mask too.
     detail::g_levelMask = kLevelMask;
     g_logger = logger;
-    g_logger.notify_all();
     logger->Start();
     return *logger;
 }
