@@ -48,12 +48,12 @@ TEST(Folders, WhatCanBeRemovedByWhichCall)
             EXPECT_EQ(count(), before - (error == 0 ? 1 : 0)) << row.name;
             EXPECT_TRUE(zoo.OutsideIsUntouched()) << row.name;
         };
-        check(DeleteFileW, row.deleteFile);
-        check(RemoveDirectoryW, row.removeDirectory);
+        check(DeleteOneFile, row.deleteFile);
+        check(RemoveOneFolder, row.removeDirectory);
     }
-    for (const auto call : {DeleteFileW, RemoveDirectoryW, Create, MakeWritable}) {
+    for (const auto call : {DeleteOneFile, RemoveOneFolder, Create, MakeWritable}) {
         const DWORD error =
-            kOnWindows && call == RemoveDirectoryW ? ERROR_INVALID_NAME : ERROR_PATH_NOT_FOUND;
+            kOnWindows && call == RemoveOneFolder ? ERROR_INVALID_NAME : ERROR_PATH_NOT_FOUND;
         EXPECT_EQ(ErrorOf(call, L""), error);
         EXPECT_EQ(ErrorOf(call, nullptr), error);
     }

@@ -17,6 +17,17 @@ inline DWORD ErrorOf(BOOL (*call)(const wchar_t*), const wchar_t* name)
     return GetLastError();
 }
 
+// With the calling convention of the tests, which is not everywhere that of the system.
+inline BOOL DeleteOneFile(const wchar_t* name)
+{
+    return DeleteFileW(name);
+}
+
+inline BOOL RemoveOneFolder(const wchar_t* name)
+{
+    return RemoveDirectoryW(name);
+}
+
 inline BOOL Create(const wchar_t* name)
 {
     return CreateDirectoryW(name, nullptr);
