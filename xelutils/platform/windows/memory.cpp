@@ -107,8 +107,10 @@ DWORD Saturated(DWORDLONG bytes)
 
 void* Allocate(void* address, SIZE_T size, DWORD type, DWORD protect)
 {
-    if (address == nullptr && size != 0 && size < kLimit)
-        return Reserve(size, type, protect);
+    // With 32-bit pointers all memory is below. Wine there knows more room than it tells of.
+    constexpr bool isAllBelow = sizeof(void*) == sizeof(DWORD);
+    if (!isAllBelow && address == nullptr && size != 0 && size < kLimit)
+        return Reserve(size, type | MEM_RESERVE, protect);
     return ::VirtualAlloc(address, size, type, protect);
 }
 
