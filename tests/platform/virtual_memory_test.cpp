@@ -46,8 +46,10 @@ TEST(VirtualMemory, PlacesAreAdjacentBelowFourGigabytesAndUsedAgain)
         void* const room = Reserve(64 * kMegabyte, direction);
         ASSERT_TRUE(Release(room));
         std::vector<void*> fillers = {Reserve(4 * kMegabyte, direction)};
-        while (Number(fillers.back()) - Number(room) >= 64 * kMegabyte)
+        while (Number(fillers.back()) - Number(room) >= 64 * kMegabyte) {
+            ASSERT_NE(fillers.back(), nullptr);
             fillers.push_back(Reserve(4 * kMegabyte, direction));
+        }
         void* const blocks[] = {fillers.back(), Reserve(8 * kMegabyte, direction),
                                 Reserve(4 * kMegabyte, direction)};
         fillers.pop_back();
